@@ -1,0 +1,58 @@
+#include "Preferences.h"
+
+#include "platform/Paths.h"
+#include "platform/PropertyList.h"
+
+#include <QDir>
+#include <QFileInfo>
+
+namespace tolvane {
+
+namespace {
+// Follows links, as a file manager's existence test does: a dangling link is nothing.
+bool existsAt(const QString& path) {
+    return !path.isEmpty() && QFileInfo::exists(path);
+}
+} // namespace
+
+QVariantMap Preferences::read() {
+    return PropertyListReader::readDictionary(Paths::preferencesFile());
+}
+
+std::optional<QString> Preferences::savePath() {
+    const QVariant value = read().value(QStringLiteral("savePath"));
+    if (value.typeId() != QMetaType::QString)
+        return std::nullopt;
+    return value.toString();
+}
+
+QString Preferences::getTheFullDestinationPath() {
+    const QString downloads = Paths::defaultDestinationFolder();
+    if (!existsAt(downloads))
+        QDir().mkpath(downloads);
+
+    if (const std::optional<QString> saved = savePath(); saved && existsAt(*saved))
+        return *saved;
+    if (existsAt(downloads))
+        return downloads;
+    return Paths::userRoot();
+}
+
+EntryStore::Lookup EntryStore::lookup(const QString& storeFile, const QString& storeKey,
+                                      const QString& entryKey) {
+    bool readable = false;
+    const QVariantMap stores = PropertyListReader::readDictionary(storeFile, &readable);
+    if (!readable)
+        return {Status::Unreadable, std::nullopt};
+    const QVariant store = stores.value(storeKey);
+    if (store.typeId() != QMetaType::QVariantMap)
+        return {Status::NoSuchStore, std::nullopt};
+    if (entryKey.isNull())
+        return {Status::Found, std::nullopt};
+    const QVariant entry = store.toMap().value(entryKey);
+    if (entry.typeId() != QMetaType::QVariantMap)
+        return {Status::Found, std::nullopt};
+    return {Status::Found, entry.toMap()};
+}
+
+} // namespace tolvane

@@ -1,0 +1,100 @@
+#include "app/LaunchArguments.h"
+#include "app/SingleInstance.h"
+#include "app/ui/TolvaneApplication.h"
+#include "platform/Paths.h"
+
+#include <QCommandLineParser>
+#include <QDir>
+#include <QElapsedTimer>
+#include <QTimer>
+
+#include <cstdio>
+
+using namespace tolvane;
+
+namespace {
+
+// Without a display the windowing layer would abort with a cryptic message; say it plainly.
+bool hasDisplay() {
+    const QByteArray platform = qgetenv("QT_QPA_PLATFORM");
+    if (!platform.isEmpty() && !platform.startsWith("xcb") && !platform.startsWith("wayland"))
+        return true;
+    return !qEnvironmentVariableIsEmpty("DISPLAY") ||
+           !qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY");
+}
+
+} // namespace
+
+int main(int argc, char** argv) {
+    QElapsedTimer sinceStart;
+    sinceStart.start();
+
+    if (!hasDisplay()) {
+        std::fprintf(stderr,
+                     "tolvane: no display to show the window on (DISPLAY is not set).\n"
+                     "Run it under a virtual display: xvfb-run -a tolvane [--root DIR] ...\n"
+                     "or without any window system: QT_QPA_PLATFORM=offscreen tolvane ...\n");
+        return 1;
+    }
+
+    TolvaneApplication app(argc, argv);
+
+    QCommandLineParser parser;
+    parser.setApplicationDescription(
+        QStringLiteral("Browse downloaded media and import it into the media library."));
+    parser.addHelpOption();
+    parser.addVersionOption();
+    const QCommandLineOption rootOption(
+        QStringLiteral("root"),
+        QStringLiteral("Run on the device folder DIR (DIR/var/mobile, DIR/Library)."),
+        QStringLiteral("DIR"));
+    const QCommandLineOption noLaunchDelay(
+        QStringLiteral("no-launch-delay"),
+        QStringLiteral("Show the window without the launch pause."));
+    const QCommandLineOption quitWhenShown(
+        QStringLiteral("quit-when-shown"),
+        QStringLiteral("Print the milliseconds from start to the window shown, then quit."));
+    parser.addOption(rootOption);
+    parser.addOption(noLaunchDelay);
+    parser.addOption(quitWhenShown);
+    parser.addPositionalArgument(QStringLiteral("url|file"),
+                                 QStringLiteral("tolvane:// URLs or files to hand over."),
+                                 QStringLiteral("[url|file...]"));
+    parser.process(app);
+
+    if (parser.isSet(rootOption))
+        Paths::setDeviceRoot(parser.value(rootOption));
+    else
+        Paths::configureFromEnvironment();
+
+    const QStringList handoffs =
+        handoffTextsForArguments(parser.positionalArguments(), QDir::currentPath());
+
+    SingleInstance instance(SingleInstance::serverNameFor(Paths::userRoot()));
+    if (!parser.isSet(quitWhenShown)) {
+        if (instance.sendToRunningInstance(handoffs))
+            return 0;
+        if (!instance.listen())
+            std::fprintf(stderr, "tolvane: cannot answer later launches: %s\n",
+                         qPrintable(instance.serverName()));
+    }
+
+    app.setLaunchPauseEnabled(!parser.isSet(noLaunchDelay) && !parser.isSet(quitWhenShown));
+    app.application(&app, QVariantMap());
+
+    const auto handOver = [&app](const QStringList& texts) {
+        for (const QString& text : texts)
+            app.application(&app, text, QString(), QVariant());
+    };
+    QObject::connect(&instance, &SingleInstance::messageReceived, &app, handOver);
+    handOver(handoffs);
+
+    if (parser.isSet(quitWhenShown)) {
+        QTimer::singleShot(0, &app, [&app, &sinceStart] {
+            std::printf("shown %lld\n", static_cast<long long>(sinceStart.elapsed()));
+            std::fflush(stdout);
+            app.quit();
+        });
+    }
+    return app.exec();
+}

@@ -1,0 +1,89 @@
+#include "app/Preferences.h"
+#include "app/UrlHandoff.h"
+#include "browser/FileTypeTable.h"
+#include "cli/Command.h"
+
+#include <QVariantMap>
+
+namespace tolvane::cli {
+
+namespace {
+
+QString actionName(HandoffAction::Kind kind) {
+    switch (kind) {
+    case HandoffAction::Kind::Browse:
+        return QStringLiteral("browse");
+    case HandoffAction::Kind::Import:
+        return QStringLiteral("import");
+    case HandoffAction::Kind::OpenIn:
+        return QStringLiteral("openIn");
+    case HandoffAction::Kind::Rejected:
+        break;
+    }
+    return {};
+}
+
+QVariant orNull(const QString& text) {
+    return text.isNull() ? QVariant() : QVariant(text);
+}
+
+int handoff(const QCommandLineParser& parser, Format format) {
+    const QStringList arguments = parser.positionalArguments();
+    if (arguments.size() != 1)
+        return fail(QStringLiteral("handoff takes exactly one URL"));
+    const HandoffAction action = UrlHandoff::resolve(arguments.first());
+    const QString name = actionName(action.kind);
+    print(
+        QVariantMap{
+            {QStringLiteral("accepted"), action.accepted()},
+            {QStringLiteral("action"), orNull(name)},
+            {QStringLiteral("path"), orNull(action.path)},
+            {QStringLiteral("mediaKind"), orNull(action.mediaKind)},
+            {QStringLiteral("record"), action.record ? QVariant(*action.record) : QVariant()},
+        },
+        format);
+    return action.accepted() ? Success : Rejected;
+}
+
+int destination(const QCommandLineParser& parser, Format format) {
+    if (!parser.positionalArguments().isEmpty())
+        return fail(QStringLiteral("destination takes no arguments"));
+    print(QVariantMap{{QStringLiteral("destination"), Preferences::getTheFullDestinationPath()}},
+          format);
+    return Success;
+}
+
+int icon(const QCommandLineParser& parser, Format format) {
+    const QStringList arguments = parser.positionalArguments();
+    if (arguments.size() != 1)
+        return fail(QStringLiteral("icon takes exactly one extension"));
+    QString extension = arguments.first();
+    if (extension.startsWith(QLatin1Char('.')))
+        extension.remove(0, 1);
+    const auto table = FileTypeTable::installed();
+    print(
+        QVariantMap{
+            {QStringLiteral("scan"), table->iconFileForExtension(extension)},
+            {QStringLiteral("map"),
+             table->listingIconFile(QStringLiteral("file.") + extension, false)},
+        },
+        format);
+    return Success;
+}
+
+} // namespace
+
+QList<Command> foundationCommands() {
+    return {
+        {QStringLiteral("handoff"), QStringLiteral("handoff [--root DIR] URL"),
+         QStringLiteral("What the application would do with a hand-off URL or file URL."), nullptr,
+         handoff},
+        {QStringLiteral("destination"), QStringLiteral("destination [--root DIR]"),
+         QStringLiteral("The folder the file browser opens in."), nullptr, destination},
+        {QStringLiteral("icon"), QStringLiteral("icon [--root DIR] EXT"),
+         QStringLiteral("The icon of a file extension by the scan rule and by the map rule."),
+         nullptr, icon},
+    };
+}
+
+} // namespace tolvane::cli

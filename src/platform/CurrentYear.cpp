@@ -1,0 +1,11 @@
+#include "CurrentYear.h"
+
+#include <QDate>
+
+namespace tolvane {
+
+int currentYear() {
+    return QDate::currentDate().year();
+}
+
+} // namespace tolvane

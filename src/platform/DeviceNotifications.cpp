@@ -1,0 +1,10 @@
+#include "DeviceNotifications.h"
+
+namespace tolvane {
+
+DeviceNotifications* DeviceNotifications::instance() {
+    static DeviceNotifications notifications;
+    return &notifications;
+}
+
+} // namespace tolvane
