@@ -44,8 +44,8 @@ void NavigationController::pushViewController(Screen* screen, bool animated) {
     if (previous && visible)
         previous->beginAppearanceTransition(false, animated);
     m_screens.append(screen);
+    // The screen builds itself when first shown, once the stack has given it its size.
     m_stack->addWidget(screen);
-    screen->loadViewIfNeeded();
     if (visible)
         screen->beginAppearanceTransition(true, animated);
     showTop();

@@ -44,6 +44,12 @@ void Screen::loadViewIfNeeded() {
         return;
     m_viewLoaded = true;
     viewDidLoad();
+    // Children made while the screen is already on show appear with it, as added views do,
+    // unless they were hidden on purpose.
+    for (QWidget* child : findChildren<QWidget*>(Qt::FindDirectChildrenOnly)) {
+        if (!child->testAttribute(Qt::WA_WState_ExplicitShowHide))
+            child->show();
+    }
 }
 
 void Screen::showEvent(QShowEvent* event) {
