@@ -27,9 +27,9 @@ struct FileStamp {
     friend bool operator==(const FileStamp&, const FileStamp&) = default;
 };
 
-FileStamp stampOf(const QString& path) {
+FileStamp stampOf(const QByteArray& encodedPath) {
     struct stat info {};
-    if (::stat(QFile::encodeName(path).constData(), &info) != 0)
+    if (::stat(encodedPath.constData(), &info) != 0)
         return {};
     return FileStamp{true, qint64(info.st_size),
                      qint64(info.st_mtim.tv_sec) * 1000000000 + info.st_mtim.tv_nsec,
@@ -38,6 +38,7 @@ FileStamp stampOf(const QString& path) {
 
 struct CachedTable {
     QString path;
+    QByteArray encodedPath;
     FileStamp stamp;
     std::shared_ptr<const FileTypeTable> table;
 };
@@ -48,8 +49,10 @@ FileTypeTable::FileTypeTable(QList<Entry> entries)
     : m_entries(std::move(entries)) {
     for (const Entry& entry : std::as_const(m_entries)) {
         const QString icon = entry.icon.value_or(QStringLiteral("unknown"));
-        for (const QString& extension : entry.extensions)
+        for (const QString& extension : entry.extensions) {
             m_map.insert(extension, icon);
+            m_listingIconFiles.insert(extension, icon + pngSuffix);
+        }
     }
 }
 
@@ -84,16 +87,19 @@ std::shared_ptr<const FileTypeTable> FileTypeTable::load(const QString& path) {
     static QMutex mutex;
     static CachedTable cache;
 
-    const FileStamp stamp = stampOf(path);
+    // The table is asked for every row drawn: one stat() is all an unchanged table costs.
     QMutexLocker lock(&mutex);
-    if (cache.table && cache.path == path && cache.stamp == stamp)
+    const bool samePath = cache.table && cache.path == path;
+    const QByteArray encodedPath = samePath ? cache.encodedPath : QFile::encodeName(path);
+    const FileStamp stamp = stampOf(encodedPath);
+    if (samePath && cache.stamp == stamp)
         return cache.table;
 
     std::optional<OrderedDictionary> root;
     if (stamp.exists)
         root = PropertyListReader::readOrderedDictionary(path);
     cache = CachedTable{
-        path, stamp,
+        path, encodedPath, stamp,
         std::make_shared<const FileTypeTable>(root ? fromDictionary(*root) : FileTypeTable())};
     return cache.table;
 }
@@ -110,8 +116,8 @@ QString FileTypeTable::iconFileForExtension(const QString& extension) const {
 QString FileTypeTable::listingIconFile(const QString& name, bool isDirectory) const {
     if (isDirectory)
         return folderIconFile;
-    const auto found = m_map.constFind(PathString::pathExtension(name).toLower());
-    return found == m_map.cend() ? unknownIconFile : *found + pngSuffix;
+    const auto found = m_listingIconFiles.constFind(PathString::pathExtension(name).toLower());
+    return found == m_listingIconFiles.cend() ? unknownIconFile : *found;
 }
 
 } // namespace tolvane

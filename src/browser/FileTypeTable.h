@@ -52,6 +52,8 @@ public:
 private:
     QList<Entry> m_entries;
     QHash<QString, QString> m_map;
+    // The same with ".png" appended, ready for the listing.
+    QHash<QString, QString> m_listingIconFiles;
 };
 
 } // namespace tolvane

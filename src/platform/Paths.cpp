@@ -9,10 +9,18 @@ namespace tolvane {
 
 namespace {
 
+// The system's data is installed beside the program when the device's own folder is absent.
+QString defaultSystemRoot() {
+    const QString device = QStringLiteral("/Library");
+    if (QFileInfo::exists(device + QStringLiteral("/Application Support/Tolvane")))
+        return device;
+    return QStringLiteral(TOLVANE_INSTALLED_SYSTEM_ROOT);
+}
+
 struct Roots {
     QString device;
     QString user = QStringLiteral("/var/mobile");
-    QString system = QStringLiteral("/Library");
+    QString system = defaultSystemRoot();
 };
 
 QMutex& rootsMutex() {
