@@ -58,7 +58,15 @@ bool SingleInstance::listen() {
     m_server = new QLocalServer(this);
     m_server->setSocketOptions(QLocalServer::UserAccessOption);
     if (!m_server->listen(m_name)) {
-        // A socket left behind by a process that died: nobody answered on it.
+        // Another launch may have started answering in the meantime; its socket stays. Only a
+        // socket left behind by a process that died, on which nobody answers, is removed.
+        QLocalSocket probe;
+        probe.connectToServer(m_name);
+        if (probe.waitForConnected(500)) {
+            delete m_server;
+            m_server = nullptr;
+            return false;
+        }
         QLocalServer::removeServer(m_name);
         if (!m_server->listen(m_name)) {
             delete m_server;

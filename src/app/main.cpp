@@ -74,9 +74,13 @@ int main(int argc, char** argv) {
     if (!parser.isSet(quitWhenShown)) {
         if (instance.sendToRunningInstance(handoffs))
             return 0;
-        if (!instance.listen())
-            std::fprintf(stderr, "tolvane: cannot answer later launches: %s\n",
+        // A launch that started at the same moment may have won the socket.
+        if (!instance.listen()) {
+            if (instance.sendToRunningInstance(handoffs))
+                return 0;
+            std::fprintf(stderr, "tolvane: cannot answer later launches on %s\n",
                          qPrintable(instance.serverName()));
+        }
     }
 
     app.setLaunchPauseEnabled(!parser.isSet(noLaunchDelay) && !parser.isSet(quitWhenShown));

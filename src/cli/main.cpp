@@ -53,10 +53,9 @@ int main(int argc, char** argv) {
     const auto found =
         std::find_if(commands.cbegin(), commands.cend(),
                      [&name](const Command& command) { return command.name == name; });
-    if (found == commands.cend()) {
-        printUsage(commands, stderr);
-        return fail(QStringLiteral("unknown command \"%1\"").arg(name));
-    }
+    if (found == commands.cend())
+        return fail(
+            QStringLiteral("unknown command \"%1\" (tolvane-cli --help lists them)").arg(name));
 
     QCommandLineParser parser;
     parser.setApplicationDescription(found->summary);

@@ -17,7 +17,10 @@ QImage imageWithName(const QString& name, const QString& directory) {
 
     QImageReader reader(PathString::appendingPathComponent(directory, density.name));
     reader.setAutoTransform(true);
-    const QImage decoded = reader.read();
+    QImage decoded = reader.read();
+    // QImageReader takes an "@Nx" file name as a pixel ratio; here only the screen's scale sets
+    // it, so a name that carries the suffix itself is returned at its pixel size.
+    decoded.setDevicePixelRatio(1);
     if (decoded.isNull() || density.factor == 0)
         return decoded;
 

@@ -1,0 +1,78 @@
+#pragma once
+
+// Small helpers the test executables share: fixtures written into temporary folders and a
+// counter of log warnings.
+
+#include "platform/PropertyList.h"
+
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+#include <QImage>
+#include <QString>
+
+namespace tolvane::test {
+
+inline QString s(const char* text) {
+    return QString::fromUtf8(text);
+}
+
+// Writes the bytes, making the missing folders first.
+inline bool writeFile(const QString& path, const QByteArray& bytes) {
+    QDir().mkpath(QFileInfo(path).path());
+    QFile file(path);
+    return file.open(QIODevice::WriteOnly | QIODevice::Truncate) &&
+           file.write(bytes) == bytes.size();
+}
+
+inline bool writePlist(const QString& path, const QVariant& value) {
+    QDir().mkpath(QFileInfo(path).path());
+    return PropertyListWriter::writeXml(path, value);
+}
+
+// A PNG of one colour.
+inline bool writePng(const QString& path, QSize pixels, QColor colour) {
+    QDir().mkpath(QFileInfo(path).path());
+    QImage image(pixels, QImage::Format_ARGB32);
+    image.fill(colour);
+    return image.save(path, "PNG");
+}
+
+inline QByteArray contents(const QString& path) {
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+}
+
+// Counts the warnings of one logging category while it lives, and passes every message on to
+// the handler before it (Qt Test's, so that QTest::ignoreMessage keeps working).
+class WarningLog {
+public:
+    explicit WarningLog(const char* category)
+        : m_category(category) {
+        s_active = this;
+        s_previous = qInstallMessageHandler(&WarningLog::handle);
+    }
+    ~WarningLog() {
+        qInstallMessageHandler(s_previous);
+        s_active = nullptr;
+    }
+    WarningLog(const WarningLog&) = delete;
+    WarningLog& operator=(const WarningLog&) = delete;
+
+    qsizetype count() const { return m_count; }
+
+private:
+    static void handle(QtMsgType type, const QMessageLogContext& context, const QString& text) {
+        if (type == QtWarningMsg && context.category &&
+            qstrcmp(context.category, s_active->m_category) == 0)
+            ++s_active->m_count;
+        s_previous(type, context, text);
+    }
+
+    const char* m_category;
+    qsizetype m_count = 0;
+    static inline WarningLog* s_active = nullptr;
+    static inline QtMessageHandler s_previous = nullptr;
+};
+
+} // namespace tolvane::test

@@ -1,0 +1,278 @@
+#include "TestSupport.h"
+#include "platform/Paths.h"
+#include "platform/PropertyList.h"
+
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QProcess>
+#include <QTemporaryDir>
+#include <QTest>
+
+using namespace tolvane;
+using namespace tolvane::test;
+
+namespace {
+
+struct Run {
+    int exitCode = -1;
+    QByteArray out;
+    QByteArray err;
+};
+
+QJsonObject json(const QByteArray& bytes) {
+    QJsonParseError error{};
+    const QJsonDocument document = QJsonDocument::fromJson(bytes, &error);
+    return error.error == QJsonParseError::NoError ? document.object() : QJsonObject();
+}
+
+} // namespace
+
+class TestCli : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void initTestCase();
+
+    void handoff_data();
+    void handoff();
+    void handoffAsPropertyList_data();
+    void handoffAsPropertyList();
+    void badUsage_data();
+    void badUsage();
+    void destination_data();
+    void destination();
+    void icon_data();
+    void icon();
+    void help();
+
+private:
+    // Runs tolvane-cli with the arguments; extra environment entries are "NAME=value".
+    Run run(const QStringList& arguments, const QStringList& environment = {}) const;
+    QString iconFile(const char* name) const;
+
+    QTemporaryDir m_device;
+};
+
+void TestCli::initTestCase() {
+    QVERIFY(QFileInfo(s(TOLVANE_CLI)).isExecutable());
+    QVERIFY(m_device.isValid());
+    Paths::setDeviceRoot(m_device.path());
+
+    const QVariantMap record{{s("title"), s("Song One")},
+                             {s("filePath"), s("/var/mobile/Downloads/Song One.mp3")},
+                             {s("bytes"), QByteArray("\x00\xff", 2)}};
+    QVERIFY(writePlist(Paths::preferencesFile(),
+                       QVariantMap{{s("downloads"), QVariantMap{{s("k1"), record}}}}));
+
+    QVERIFY(writePlist(
+        Paths::fileTypeTable(),
+        QVariantMap{{s("Audio"), QVariantMap{{s("extensions"), QStringList{s("mp3"), s("zip")}},
+                                             {s("icon"), s("audio")}}},
+                    {s("Boxes"), QVariantMap{{s("extensions"), QStringList{s("zip")}},
+                                             {s("icon"), s("box")}}}}));
+    QVERIFY(writePng(iconFile("audio.png"), QSize(4, 4), Qt::red));
+    QVERIFY(writePng(iconFile("audio@2x.png"), QSize(8, 8), Qt::blue));
+    QVERIFY(writePng(iconFile("unknown.png"), QSize(2, 2), Qt::gray));
+}
+
+Run TestCli::run(const QStringList& arguments, const QStringList& environment) const {
+    QProcess process;
+    QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
+    for (const char* name : {"TOLVANE_ROOT", "TOLVANE_SCALE", "TOLVANE_IDIOM"})
+        env.remove(s(name));
+    for (const QString& entry : environment)
+        env.insert(entry.section(QLatin1Char('='), 0, 0), entry.section(QLatin1Char('='), 1));
+    process.setProcessEnvironment(env);
+    process.start(s(TOLVANE_CLI), arguments);
+    Run result;
+    if (!process.waitForFinished(10000) || process.exitStatus() != QProcess::NormalExit)
+        return result;
+    result.exitCode = process.exitCode();
+    result.out = process.readAllStandardOutput();
+    result.err = process.readAllStandardError();
+    return result;
+}
+
+QString TestCli::iconFile(const char* name) const {
+    return Paths::iconsFolder() + QLatin1Char('/') + s(name);
+}
+
+void TestCli::handoff_data() {
+    QTest::addColumn<QString>("url");
+    QTest::addColumn<QString>("scale");
+    QTest::addColumn<int>("exitCode");
+    QTest::addColumn<QString>("action");
+    QTest::addColumn<QString>("path");
+    QTest::addColumn<QString>("mediaKind");
+
+    const auto row = [](const char* tag, const char* url, const char* scale, int exitCode,
+                        const char* action, const char* path, const char* mediaKind) {
+        const auto orNull = [](const char* text) { return text ? s(text) : QString(); };
+        QTest::newRow(tag) << s(url) << s(scale) << exitCode << orNull(action) << orNull(path)
+                           << orNull(mediaKind);
+    };
+    row("browse", "tolvane://open?path=/D/a%20b/c.mp3", "", 0, "browse", "/D/a%20b", nullptr);
+    row("recorded download", "tolvane://x?a=song&b=downloads&c=k1", "", 0, "import", nullptr,
+        "song");
+    row("entry missing", "tolvane://x?a=podcast&b=downloads&c=none", "", 0, "import", nullptr,
+        "podcast");
+    row("open in, no scale", "file:///In/My%20Song.MP3", "", 0, "openIn", "/In/My Song.MP3",
+        nullptr);
+    row("open in, scale 2", "file:///In/My%20Song.MP3", "2", 0, "openIn", "/In/My Song.MP3",
+        nullptr);
+    row("other scheme", "https://example.com/", "", 1, nullptr, nullptr, nullptr);
+    row("two parts", "tolvane://x?a=song&b=downloads", "", 1, nullptr, nullptr, nullptr);
+}
+
+void TestCli::handoff() {
+    QFETCH(QString, url);
+    QFETCH(QString, scale);
+    QFETCH(int, exitCode);
+    QFETCH(QString, action);
+    QFETCH(QString, path);
+    QFETCH(QString, mediaKind);
+
+    QStringList environment;
+    if (!scale.isEmpty())
+        environment.append(s("TOLVANE_SCALE=") + scale);
+    const Run result = run({s("handoff"), s("--root"), m_device.path(), url}, environment);
+    QCOMPARE(result.exitCode, exitCode);
+    QVERIFY2(result.err.isEmpty(), result.err.constData());
+
+    const QJsonObject object = json(result.out);
+    QCOMPARE(object.keys(),
+             (QStringList{s("accepted"), s("action"), s("mediaKind"), s("path"), s("record")}));
+    QCOMPARE(object.value(s("accepted")).toBool(), exitCode == 0);
+    const auto textOrNull = [&object](const char* key, const QString& expected) {
+        const QJsonValue value = object.value(s(key));
+        return expected.isNull() ? value.isNull() : value.toString() == expected;
+    };
+    QVERIFY2(textOrNull("action", action), result.out.constData());
+    QVERIFY2(textOrNull("path", path), result.out.constData());
+    QVERIFY2(textOrNull("mediaKind", mediaKind), result.out.constData());
+
+    const QJsonValue record = object.value(s("record"));
+    if (action == QLatin1String("import") && url.endsWith(s("k1"))) {
+        QCOMPARE(record.toObject().value(s("title")).toString(), s("Song One"));
+        // Bytes as base64.
+        QCOMPARE(record.toObject().value(s("bytes")).toObject().value(s("base64")).toString(),
+                 s("AP8="));
+    } else if (action == QLatin1String("openIn")) {
+        const QJsonObject metadata = record.toObject().value(s("metadata")).toObject();
+        QCOMPARE(metadata.value(s("title")).toString(), s("My Song.MP3"));
+        QCOMPARE(metadata.value(s("artist")).toString(), s(""));
+        QVERIFY(metadata.value(s("year")).isDouble());
+        const QByteArray icon = QByteArray::fromBase64(
+            metadata.value(s("imageData")).toObject().value(s("base64")).toString().toLatin1());
+        QCOMPARE(icon,
+                 contents(iconFile(scale == QLatin1String("2") ? "audio@2x.png" : "audio.png")));
+    } else {
+        QVERIFY(record.isNull());
+    }
+}
+
+void TestCli::handoffAsPropertyList_data() {
+    QTest::addColumn<QString>("url");
+    QTest::addColumn<int>("exitCode");
+
+    QTest::newRow("open in") << s("file:///In/My%20Song.mp3") << 0;
+    QTest::newRow("rejected") << s("mailto:a@b") << 1;
+}
+
+void TestCli::handoffAsPropertyList() {
+    QFETCH(QString, url);
+    QFETCH(int, exitCode);
+
+    const Run result =
+        run({s("handoff"), s("--plist"), url}, {s("TOLVANE_ROOT=") + m_device.path()});
+    QCOMPARE(result.exitCode, exitCode);
+    QString error;
+    const QVariant value = PropertyListReader::fromData(result.out, &error);
+    QVERIFY2(value.isValid(), qPrintable(error));
+    const QVariantMap map = value.toMap();
+    QCOMPARE(map.value(s("accepted")).toBool(), exitCode == 0);
+    if (exitCode != 0) {
+        // A property list has no null: what is not there is left out.
+        QCOMPARE(map.keys(), QStringList{s("accepted")});
+        return;
+    }
+    QCOMPARE(map.value(s("action")).toString(), s("openIn"));
+    const QVariantMap metadata = map.value(s("record")).toMap().value(s("metadata")).toMap();
+    QCOMPARE(metadata.value(s("imageData")).toByteArray(), contents(iconFile("audio.png")));
+    QCOMPARE(metadata.value(s("year")).typeId(), QMetaType::LongLong);
+}
+
+void TestCli::badUsage_data() {
+    QTest::addColumn<QStringList>("arguments");
+
+    QTest::newRow("handoff without URL") << QStringList{s("handoff")};
+    QTest::newRow("handoff with two URLs")
+        << QStringList{s("handoff"), s("file:///a"), s("file:///b")};
+    QTest::newRow("unknown option") << QStringList{s("handoff"), s("--bogus"), s("file:///a")};
+    QTest::newRow("--root without folder") << QStringList{s("destination"), s("--root")};
+    QTest::newRow("destination with an argument") << QStringList{s("destination"), s("x")};
+    QTest::newRow("icon without extension") << QStringList{s("icon")};
+    QTest::newRow("unknown command") << QStringList{s("frobnicate"), s("x")};
+}
+
+void TestCli::badUsage() {
+    QFETCH(QStringList, arguments);
+
+    const Run result = run(arguments, {s("TOLVANE_ROOT=") + m_device.path()});
+    QCOMPARE(result.exitCode, 2);
+    QVERIFY(result.out.isEmpty());
+    QVERIFY2(result.err.startsWith("tolvane-cli: "), result.err.constData());
+    QVERIFY2(result.err.endsWith('\n') && result.err.count('\n') == 1, result.err.constData());
+}
+
+void TestCli::destination_data() {
+    QTest::addColumn<bool>("byOption");
+    QTest::newRow("--root") << true;
+    QTest::newRow("TOLVANE_ROOT") << false;
+}
+
+void TestCli::destination() {
+    QFETCH(bool, byOption);
+
+    QTemporaryDir device;
+    const Run result = byOption ? run({s("destination"), s("--root"), device.path()})
+                                : run({s("destination")}, {s("TOLVANE_ROOT=") + device.path()});
+    QCOMPARE(result.exitCode, 0);
+    const QString downloads = device.path() + s("/var/mobile/Downloads");
+    QCOMPARE(json(result.out).value(s("destination")).toString(), downloads);
+    QVERIFY(QFileInfo(downloads).isDir());
+}
+
+void TestCli::icon_data() {
+    QTest::addColumn<QString>("extension");
+    QTest::addColumn<QString>("scan");
+    QTest::addColumn<QString>("map");
+
+    const auto row = [](const char* extension, const char* scan, const char* map) {
+        QTest::newRow(extension) << s(extension) << s(scan) << s(map);
+    };
+    row("MP3", "audio.png", "audio.png");
+    row(".mp3", "audio.png", "audio.png");
+    row("zip", "audio.png", "box.png"); // listed twice: the scan takes the first, the map the last
+    row("txt", "unknown.png", "unknown.png");
+}
+
+void TestCli::icon() {
+    QFETCH(QString, extension);
+
+    const Run result = run({s("icon"), s("--root"), m_device.path(), extension});
+    QCOMPARE(result.exitCode, 0);
+    const QJsonObject object = json(result.out);
+    QTEST(object.value(s("scan")).toString(), "scan");
+    QTEST(object.value(s("map")).toString(), "map");
+}
+
+void TestCli::help() {
+    const Run result = run({s("--help")});
+    QCOMPARE(result.exitCode, 0);
+    for (const char* command : {"handoff", "destination", "icon"})
+        QVERIFY2(result.out.contains(command), command);
+}
+
+QTEST_GUILESS_MAIN(TestCli)
+#include "tst_cli.moc"
