@@ -31,5 +31,6 @@ QList<Command> allCommands();
 
 // The commands of each area.
 QList<Command> foundationCommands();
+QList<Command> mediaCommands();
 
 } // namespace tolvane::cli

@@ -14,7 +14,7 @@ int fail(const QString& message) {
 }
 
 QList<Command> allCommands() {
-    return foundationCommands();
+    return foundationCommands() + mediaCommands();
 }
 
 } // namespace tolvane::cli

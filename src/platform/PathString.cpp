@@ -44,6 +44,15 @@ QString pathExtension(const QString& path) {
     return name.mid(dot + 1);
 }
 
+QString deletingPathExtension(const QString& path)
+{
+    const QString extension = pathExtension(path);
+    if (extension.isEmpty())
+        return trimmedOfTrailingSlashes(path);
+    const QString trimmed = trimmedOfTrailingSlashes(path);
+    return trimmed.left(trimmed.size() - extension.size() - 1);
+}
+
 QString appendingPathComponent(const QString& path, const QString& component) {
     if (path.isEmpty())
         return component;

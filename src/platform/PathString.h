@@ -18,6 +18,9 @@ QString deletingLastPathComponent(const QString& path);
 // "b.MP3" -> "MP3"; "README" -> ""; ".hidden" -> ""; "a." -> "".
 QString pathExtension(const QString& path);
 
+// "/a/b.mp3" -> "/a/b"; "README" -> "README"; ".hidden" -> ".hidden".
+QString deletingPathExtension(const QString& path);
+
 // Joins with exactly one separator: ("/a/", "b") -> "/a/b"; ("", "b") -> "b".
 QString appendingPathComponent(const QString& path, const QString& component);
 

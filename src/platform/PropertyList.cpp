@@ -165,32 +165,40 @@ PlistPtr parse(const QByteArray& data, QString* error) {
     return PlistPtr(root);
 }
 
-std::optional<QByteArray> readFile(const QString& path) {
+// Says what was wrong with a file: to the caller who asked, else as one warning.
+void report(const QString& path, const QString& what, QString* problem) {
+    if (problem)
+        *problem = what;
+    else
+        qCWarning(lcPropertyList).noquote() << path + QStringLiteral(": ") + what;
+}
+
+std::optional<QByteArray> readFile(const QString& path, QString* problem) {
     QFile file(path);
     if (!file.exists()) {
-        qCWarning(lcPropertyList).noquote() << path << ": no such file";
+        report(path, QStringLiteral("no such file"), problem);
         return std::nullopt;
     }
     if (!file.open(QIODevice::ReadOnly)) {
-        qCWarning(lcPropertyList).noquote() << path << ": cannot be read:" << file.errorString();
+        report(path, QStringLiteral("cannot be read: ") + file.errorString(), problem);
         return std::nullopt;
     }
     if (file.size() > PropertyListReader::maximumFileSize) {
-        qCWarning(lcPropertyList).noquote()
-            << path << ": too large for a property list (" << file.size() << "bytes)";
+        report(path, QStringLiteral("too large for a property list (%1 bytes)").arg(file.size()),
+               problem);
         return std::nullopt;
     }
     return file.readAll();
 }
 
-PlistPtr parseFile(const QString& path) {
-    const std::optional<QByteArray> data = readFile(path);
+PlistPtr parseFile(const QString& path, QString* problem) {
+    const std::optional<QByteArray> data = readFile(path, problem);
     if (!data)
         return nullptr;
     QString error;
     PlistPtr root = parse(*data, &error);
     if (!root)
-        qCWarning(lcPropertyList).noquote() << path << ":" << error;
+        report(path, error, problem);
     return root;
 }
 
@@ -259,39 +267,39 @@ QVariant PropertyListReader::fromData(const QByteArray& data, QString* error) {
     return value;
 }
 
-QVariant PropertyListReader::read(const QString& path) {
-    const PlistPtr root = parseFile(path);
+QVariant PropertyListReader::read(const QString& path, QString* problem) {
+    const PlistPtr root = parseFile(path, problem);
     if (!root)
         return {};
     QVariant value;
     if (!convert(root.get(), value, 0)) {
-        qCWarning(lcPropertyList).noquote() << path << ": nested too deeply or of an unknown type";
+        report(path, QStringLiteral("nested too deeply or of an unknown type"), problem);
         return {};
     }
     return value;
 }
 
-QVariantMap PropertyListReader::readDictionary(const QString& path, bool* ok) {
-    const QVariant value = read(path);
+QVariantMap PropertyListReader::readDictionary(const QString& path, bool* ok, QString* problem) {
+    const QVariant value = read(path, problem);
     const bool isDictionary = value.typeId() == QMetaType::QVariantMap;
     if (value.isValid() && !isDictionary)
-        qCWarning(lcPropertyList).noquote() << path << ": the top level is not a dictionary";
+        report(path, QStringLiteral("the top level is not a dictionary"), problem);
     if (ok)
         *ok = isDictionary;
     return isDictionary ? value.toMap() : QVariantMap();
 }
 
 std::optional<OrderedDictionary> PropertyListReader::readOrderedDictionary(const QString& path) {
-    const PlistPtr root = parseFile(path);
+    const PlistPtr root = parseFile(path, nullptr);
     if (!root)
         return std::nullopt;
     if (plist_get_node_type(root.get()) != PLIST_DICT) {
-        qCWarning(lcPropertyList).noquote() << path << ": the top level is not a dictionary";
+        report(path, QStringLiteral("the top level is not a dictionary"), nullptr);
         return std::nullopt;
     }
     OrderedDictionary entries;
     if (!convertDictionary(root.get(), entries, 0)) {
-        qCWarning(lcPropertyList).noquote() << path << ": nested too deeply or of an unknown type";
+        report(path, QStringLiteral("nested too deeply or of an unknown type"), nullptr);
         return std::nullopt;
     }
     return entries;

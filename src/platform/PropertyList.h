@@ -26,9 +26,11 @@ public:
     // Files beyond this size are refused rather than read into memory.
     static constexpr qint64 maximumFileSize = 64 * 1024 * 1024;
 
-    static QVariant read(const QString& path);
+    // With a problem to fill in, what was wrong goes there instead of into a warning.
+    static QVariant read(const QString& path, QString* problem = nullptr);
     // The top-level dictionary of the file, or no value when the top level is something else.
-    static QVariantMap readDictionary(const QString& path, bool* ok = nullptr);
+    static QVariantMap readDictionary(const QString& path, bool* ok = nullptr,
+                                      QString* problem = nullptr);
     // The top-level dictionary with its keys in file order.
     static std::optional<OrderedDictionary> readOrderedDictionary(const QString& path);
 

@@ -44,6 +44,8 @@ private Q_SLOTS:
     void icon_data();
     void icon();
     void help();
+    void mediaCommands_data();
+    void mediaCommands();
 
 private:
     // Runs tolvane-cli with the arguments; extra environment entries are "NAME=value".
@@ -272,6 +274,67 @@ void TestCli::help() {
     QCOMPARE(result.exitCode, 0);
     for (const char* command : {"handoff", "destination", "icon"})
         QVERIFY2(result.out.contains(command), command);
+}
+
+void TestCli::mediaCommands_data() {
+    QTest::addColumn<QStringList>("arguments");
+    QTest::addColumn<int>("exitCode");
+    // A top-level key and its value in the JSON printed, or the whole line for "year".
+    QTest::addColumn<QString>("key");
+    QTest::addColumn<QVariant>("value");
+
+    const QString media = s(TOLVANE_MEDIA_FIXTURES);
+    const QString handoff = m_device.filePath(s("handoff.plist"));
+    const QString whole = m_device.filePath(s("whole.plist"));
+    writePlist(handoff, QVariantMap{{s("name"), s("Artist - Clip.mp4")},
+                                    {s("isVideo"), 1},
+                                    {s("filePath"), media + s("/video.m4v")}});
+    writePlist(whole, QVariantMap{{s("path"), media + s("/id3v24.mp3")},
+                                  {s("metadata"), QVariantMap{{s("year"), 1990}}}});
+    writeFile(m_device.filePath(s("broken.plist")), "<plist><dict><key>a");
+
+    QTest::newRow("info") << QStringList{s("info"), media + s("/track3of10.m4a")} << 0
+                          << s("trackCount") << QVariant(10);
+    QTest::newRow("info of a folder")
+        << QStringList{s("info"), media} << 2 << QString() << QVariant();
+    QTest::newRow("info of nothing")
+        << QStringList{s("info"), media + s("/gone.mp3")} << 2 << QString() << QVariant();
+    QTest::newRow("record from a hand-off")
+        << QStringList{s("record"), s("--kind"), s("music-video"), handoff} << 0 << s("mediaKind")
+        << QVariant(s("music-video"));
+    QTest::newRow("record given whole") << QStringList{s("record"), s("--whole"), whole} << 0
+                                        << s("path") << QVariant(media + s("/id3v24.mp3"));
+    QTest::newRow("record needs a form")
+        << QStringList{s("record"), whole} << 2 << QString() << QVariant();
+    QTest::newRow("record of a broken list")
+        << QStringList{s("record"), s("--whole"), m_device.filePath(s("broken.plist"))} << 2
+        << QString() << QVariant();
+    QTest::newRow("year of a date") << QStringList{s("year"), s("Sat, 05 Mar 2011 10:00 +0000")}
+                                    << 0 << QString() << QVariant(s("2011"));
+    QTest::newRow("year of a short text")
+        << QStringList{s("year"), s("99")} << 0 << QString() << QVariant(s("99"));
+    QTest::newRow("no year after a link")
+        << QStringList{s("year"), s("2011-03-05 http://example.com")} << 0 << QString()
+        << QVariant(s(""));
+}
+
+void TestCli::mediaCommands() {
+    QFETCH(QStringList, arguments);
+    QFETCH(int, exitCode);
+    QFETCH(QString, key);
+    QFETCH(QVariant, value);
+    const Run result = run(arguments);
+    QCOMPARE(result.exitCode, exitCode);
+    if (exitCode != 0) {
+        QCOMPARE(result.err.count('\n'), 1);
+        QVERIFY(result.err.startsWith("tolvane-cli: "));
+        return;
+    }
+    if (key.isEmpty()) {
+        QCOMPARE(QString::fromUtf8(result.out), value.toString() + QLatin1Char('\n'));
+        return;
+    }
+    QCOMPARE(json(result.out).value(key).toVariant(), value);
 }
 
 QTEST_GUILESS_MAIN(TestCli)

@@ -1,0 +1,95 @@
+#include "cli/Command.h"
+#include "import/DateFinder.h"
+#include "import/ImportRecord.h"
+#include "import/MetadataReader.h"
+#include "platform/PropertyList.h"
+
+#include <QFileInfo>
+
+namespace tolvane::cli {
+
+namespace {
+
+// A file that cannot be opened for reading is bad input; what it holds is the reader's
+// business.
+std::optional<QString> unreadable(const QString& path) {
+    const QFileInfo info(path);
+    if (!info.exists())
+        return QStringLiteral("%1: no such file").arg(path);
+    if (info.isDir())
+        return QStringLiteral("%1: is a folder").arg(path);
+    QFile file(path);
+    if (!file.open(QIODevice::ReadOnly))
+        return QStringLiteral("%1: cannot be read: %2").arg(path, file.errorString());
+    return std::nullopt;
+}
+
+int info(const QCommandLineParser& parser, Format format) {
+    const QStringList arguments = parser.positionalArguments();
+    if (arguments.size() != 1)
+        return fail(QStringLiteral("info takes exactly one FILE"));
+    if (const auto problem = unreadable(arguments.first()))
+        return fail(*problem);
+    print(MetadataReader::metadataForFile(arguments.first()).value_or(QVariantMap()), format);
+    return Success;
+}
+
+const QCommandLineOption kindOption(QStringLiteral("kind"),
+                                    QStringLiteral("The media kind the download was recorded as."),
+                                    QStringLiteral("KIND"));
+const QCommandLineOption wholeOption(QStringLiteral("whole"),
+                                     QStringLiteral("The file holds a whole import record."));
+
+int record(const QCommandLineParser& parser, Format format) {
+    const QStringList arguments = parser.positionalArguments();
+    if (arguments.size() != 1)
+        return fail(QStringLiteral("record takes exactly one property-list file"));
+    const bool whole = parser.isSet(wholeOption);
+    if (whole == parser.isSet(kindOption))
+        return fail(QStringLiteral("record needs either --kind KIND or --whole"));
+    bool ok = false;
+    QString problem;
+    const QVariantMap given = PropertyListReader::readDictionary(arguments.first(), &ok, &problem);
+    if (!ok)
+        return fail(QStringLiteral("%1: %2").arg(arguments.first(), problem));
+    print(whole ? ImportRecord::fromWholeRecord(given)
+                : ImportRecord::fromHandoffRecord(given, parser.value(kindOption)),
+          format);
+    return Success;
+}
+
+int year(const QCommandLineParser& parser, Format format) {
+    const QStringList arguments = parser.positionalArguments();
+    if (arguments.size() > 1)
+        return fail(QStringLiteral("year takes one TEXT (quote it)"));
+    const std::optional<QString> found = getYear(arguments.value(0));
+    if (format == Format::Plist) {
+        print(found ? QVariant(*found) : QVariant(), format);
+        return Success;
+    }
+    // An empty line stands for no year.
+    std::printf("%s\n", found ? qPrintable(*found) : "");
+    return Success;
+}
+
+} // namespace
+
+QList<Command> mediaCommands() {
+    return {
+        {QStringLiteral("info"), QStringLiteral("info FILE"),
+         QStringLiteral("The metadata dictionary read from a media file's tags."), nullptr, info},
+        {QStringLiteral("record"),
+         QStringLiteral("record [--root DIR] (--kind KIND HANDOFF.plist | --whole RECORD.plist)"),
+         QStringLiteral("The import record made from a recorded download or a whole record."),
+         [](QCommandLineParser& parser) {
+             parser.addOption(kindOption);
+             parser.addOption(wholeOption);
+         },
+         record},
+        {QStringLiteral("year"), QStringLiteral("year TEXT"),
+         QStringLiteral("The four-digit year of a date text (an empty line for none)."), nullptr,
+         year},
+    };
+}
+
+} // namespace tolvane::cli
