@@ -3,6 +3,11 @@
 #include <QFile>
 #include <QtEndian>
 
+#include <fcntl.h>
+#include <functional>
+#include <sys/stat.h>
+#include <unistd.h>
+
 namespace tolvane {
 
 namespace {
@@ -93,19 +98,20 @@ std::optional<QByteArray> trackAtomPayload(QByteArrayView moov) {
     return moov.sliced(start, qMin<qint64>(data->end - start, maximumTrackPayload)).toByteArray();
 }
 
-// Reads a file in windows of at least 64 KiB, so that stepping over the top-level boxes and
+// Reads a file in windows of at least 8 KiB, so that stepping over the top-level boxes and
 // then reading the movie box usually costs two reads.
+// Bytes [offset, offset + length) of the file, fewer at its end.
+using ReadAt = std::function<QByteArray(qint64 offset, qint64 length)>;
+
 class WindowReader {
 public:
-    explicit WindowReader(QFile& file)
-        : m_file(file) {}
+    explicit WindowReader(const ReadAt& readAt)
+        : m_readAt(readAt) {}
 
     // The bytes [offset, offset + length), or fewer at the end of the file.
     QByteArrayView bytes(qint64 offset, qint64 length) {
         if (offset < m_start || offset + length > m_start + m_window.size()) {
-            if (!m_file.seek(offset))
-                return {};
-            m_window = m_file.read(qMax<qint64>(length, windowSize));
+            m_window = m_readAt(offset, qMax<qint64>(length, windowSize));
             m_start = offset;
         }
         const qint64 from = offset - m_start;
@@ -113,16 +119,15 @@ public:
     }
 
 private:
-    static constexpr qint64 windowSize = 64 * 1024;
-    QFile& m_file;
+    static constexpr qint64 windowSize = 8 * 1024;
+    const ReadAt& m_readAt;
     QByteArray m_window;
     qint64 m_start = 0;
 };
 
 // The movie box read whole: the file's top-level boxes are stepped over by their headers.
-std::optional<QByteArray> readMovieBox(QFile& file) {
-    const qint64 fileSize = file.size();
-    WindowReader reader(file);
+std::optional<QByteArray> readMovieBox(const ReadAt& readAt, qint64 fileSize) {
+    WindowReader reader(readAt);
     for (qint64 at = 0; at + 8 <= fileSize;) {
         const std::optional<Box> box = parseHeader(reader.bytes(at, 16), at, fileSize);
         if (!box)
@@ -143,17 +148,27 @@ std::optional<QByteArray> readMovieBox(QFile& file) {
 
 } // namespace
 
-Mp4Boxes Mp4Boxes::read(const QString& path) {
+Mp4Boxes Mp4Boxes::read(const QString& path, qint64 fileSize) {
+    // Plain descriptor reads: open, two reads and close is all an ordinary file costs.
+    const int descriptor = ::open(QFile::encodeName(path).constData(), O_RDONLY | O_CLOEXEC);
+    if (descriptor < 0)
+        return {};
+    if (fileSize < 0) {
+        struct stat info {};
+        fileSize = ::fstat(descriptor, &info) == 0 ? qint64(info.st_size) : 0;
+    }
+    const ReadAt readAt = [descriptor](qint64 offset, qint64 length) {
+        QByteArray bytes(length, Qt::Uninitialized);
+        const ssize_t count = ::pread(descriptor, bytes.data(), size_t(length), off_t(offset));
+        bytes.truncate(count < 0 ? 0 : qsizetype(count));
+        return bytes;
+    };
     Mp4Boxes facts;
-    QFile file(path);
-    // Unbuffered: each read is exactly the bytes asked for, without read-ahead after a seek.
-    if (!file.open(QIODevice::ReadOnly | QIODevice::Unbuffered))
-        return facts;
-    const std::optional<QByteArray> moov = readMovieBox(file);
-    if (!moov)
-        return facts;
-    facts.durationSeconds = movieDuration(*moov);
-    facts.trackAtomData = trackAtomPayload(*moov);
+    if (const std::optional<QByteArray> moov = readMovieBox(readAt, fileSize)) {
+        facts.durationSeconds = movieDuration(*moov);
+        facts.trackAtomData = trackAtomPayload(*moov);
+    }
+    ::close(descriptor);
     return facts;
 }
 

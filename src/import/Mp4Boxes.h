@@ -14,7 +14,8 @@ struct Mp4Boxes {
     std::optional<double> durationSeconds;
     std::optional<QByteArray> trackAtomData;
 
-    static Mp4Boxes read(const QString& path);
+    // The file's size when the caller knows it already, else -1.
+    static Mp4Boxes read(const QString& path, qint64 fileSize = -1);
 };
 
 } // namespace tolvane

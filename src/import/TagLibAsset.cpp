@@ -81,7 +81,10 @@ QList<MetadataItem> id3Items(const TagLib::ID3v2::Tag* tag) {
         item.key = QString::fromLatin1(frame->frameID().data(), qsizetype(frame->frameID().size()));
         item.keySpace = AVMetadataKeySpaceID3;
         item.commonKey = id3CommonKey(frame->frameID());
-        if (const auto* picture = dynamic_cast<const TagLib::ID3v2::AttachedPictureFrame*>(frame)) {
+        const auto* picture = frame->frameID() == "APIC"
+                                  ? dynamic_cast<const TagLib::ID3v2::AttachedPictureFrame*>(frame)
+                                  : nullptr;
+        if (picture) {
             item.value = QVariantMap{
                 {QStringLiteral("data"), toBytes(picture->picture())},
                 {QStringLiteral("MIME"), toQString(picture->mimeType())},
@@ -214,7 +217,7 @@ TagLibAsset::TagLibAsset(const QString& path)
         TagLib::MP4::File file(name, true, style);
         if (!file.isValid())
             return;
-        const Mp4Boxes boxes = Mp4Boxes::read(path);
+        const Mp4Boxes boxes = Mp4Boxes::read(path, qint64(file.length()));
         m_duration =
             boxes.durationSeconds ? boxes.durationSeconds : secondsOf(file.audioProperties());
         m_playable = m_duration.has_value();
