@@ -32,5 +32,6 @@ QList<Command> allCommands();
 // The commands of each area.
 QList<Command> foundationCommands();
 QList<Command> mediaCommands();
+QList<Command> imageCommands();
 
 } // namespace tolvane::cli

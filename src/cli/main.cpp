@@ -14,7 +14,7 @@ int fail(const QString& message) {
 }
 
 QList<Command> allCommands() {
-    return foundationCommands() + mediaCommands();
+    return foundationCommands() + mediaCommands() + imageCommands();
 }
 
 } // namespace tolvane::cli

@@ -2,6 +2,7 @@
 // the two ways an import record is made.
 
 #include "TestSupport.h"
+#include "import/ArtworkSizing.h"
 #include "import/ImportRecord.h"
 #include "import/MediaAsset.h"
 #include "import/MediaKinds.h"
@@ -81,6 +82,9 @@ private Q_SLOTS:
     void handoffRecord();
     void wholeRecord_data();
     void wholeRecord();
+    void artworkSizing_data();
+    void artworkSizing();
+    void artworkFromBytes();
 };
 
 void TestImport::kinds_data() {
@@ -424,6 +428,81 @@ void TestImport::wholeRecord() {
         QCOMPARE(metadata.value(it.key()), it.value());
     if (expectedMetadata.isEmpty())
         QVERIFY(metadata.isEmpty());
+}
+
+void TestImport::artworkSizing_data() {
+    QTest::addColumn<QSize>("input");
+    QTest::addColumn<QString>("kind");
+    QTest::addColumn<qreal>("scale");
+    QTest::addColumn<QSizeF>("points");
+    QTest::addColumn<QSize>("pixels");
+    QTest::addColumn<bool>("sameImage");
+
+    QTest::newRow("wide song cover")
+        << QSize(1000, 600) << s("song") << 1.0 << QSizeF(500, 500) << QSize(500, 500) << false;
+    QTest::newRow("tall podcast cover at scale 2")
+        << QSize(600, 1000) << s("podcast") << 2.0 << QSizeF(500, 500) << QSize(1000, 1000)
+        << false;
+    QTest::newRow("small square kept")
+        << QSize(400, 400) << s("tv-episode") << 1.0 << QSizeF(400, 400) << QSize(400, 400) << true;
+    QTest::newRow("HD music video")
+        << QSize(1280, 720) << s("music-video") << 1.0
+        << QSizeF(300, 300 * 720 / (720 * 640.0 / 363)) << QSize(300, 171) << false;
+    QTest::newRow("exact frame only scaled")
+        << QSize(640, 363) << s("music-video") << 1.0 << QSizeF(300, 300 * 363 / 640.0)
+        << QSize(300, 171) << false;
+    QTest::newRow("movie poster crop, no scale")
+        << QSize(300, 300) << s("feature-movie") << 3.0 << QSizeF(300 * 468 / 700.0, 300)
+        << QSize(602, 900) << false;
+    QTest::newRow("tall movie scaled on its height")
+        << QSize(468, 1400) << s("feature-movie") << 1.0 << QSizeF(200.57142857142858, 300)
+        << QSize(201, 300) << false;
+    QTest::newRow("ringtone untouched")
+        << QSize(3000, 10) << s("ringtone") << 2.0 << QSizeF(3000, 10) << QSize(3000, 10) << true;
+}
+
+void TestImport::artworkSizing() {
+    QFETCH(QSize, input);
+    QFETCH(QString, kind);
+    QFETCH(qreal, scale);
+    QFETCH(QSizeF, points);
+    QFETCH(QSize, pixels);
+    QFETCH(bool, sameImage);
+    ScopedDevice device(Idiom::Phone, QSizeF(375, 667), scale);
+    QImage image(input, QImage::Format_RGB32);
+    image.fill(Qt::darkCyan);
+    const auto sized = ArtworkSizing::sized({image, QSizeF(input)}, kind);
+    QVERIFY(sized);
+    QVERIFY(std::abs(sized->points.width() - points.width()) < 0.01);
+    QVERIFY(std::abs(sized->points.height() - points.height()) < 0.01);
+    QCOMPARE(sized->image.size(), pixels);
+    QCOMPARE(sized->image.cacheKey() == image.cacheKey(), sameImage);
+    QCOMPARE(ArtworkSizing::sizeFor(QSizeF(input), kind), sized->points);
+    QVERIFY(ArtworkSizing::resizeImagePropotionaly(QImage(), kind).isNull());
+}
+
+void TestImport::artworkFromBytes() {
+    ScopedDevice device(Idiom::Phone, QSizeF(375, 667), 1);
+    // Left half red, right half blue: the centre crop of a wide cover keeps both.
+    QImage cover(3000, 2000, QImage::Format_RGB32);
+    cover.fill(Qt::red);
+    for (int y = 0; y < 2000; ++y)
+        for (int x = 1500; x < 3000; ++x)
+            cover.setPixel(x, y, qRgb(0, 0, 255));
+    QByteArray bytes;
+    QBuffer buffer(&bytes);
+    buffer.open(QIODevice::WriteOnly);
+    QVERIFY(cover.save(&buffer, "JPEG", 90));
+    QSizeF points;
+    QSize pixels;
+    const auto jpeg = ArtworkSizing::sizedJpeg(bytes, s("song"), 80, &points, &pixels);
+    QVERIFY(jpeg);
+    const QImage decoded = QImage::fromData(*jpeg, "JPEG");
+    QCOMPARE(decoded.size(), QSize(500, 500));
+    QCOMPARE(points, QSizeF(500, 500));
+    QVERIFY(qRed(decoded.pixel(100, 250)) > 200 && qBlue(decoded.pixel(100, 250)) < 60);
+    QVERIFY(qBlue(decoded.pixel(400, 250)) > 200 && qRed(decoded.pixel(400, 250)) < 60);
+    QVERIFY(!ArtworkSizing::sizedJpeg("not an image", s("song")));
 }
 
 QTEST_GUILESS_MAIN(TestImport)

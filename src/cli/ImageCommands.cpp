@@ -1,0 +1,132 @@
+#include "cli/Command.h"
+#include "imaging/ImageEffects.h"
+#include "import/ArtworkSizing.h"
+#include "platform/Device.h"
+
+#include <QFile>
+#include <QImageReader>
+#include <QSaveFile>
+
+namespace tolvane::cli {
+
+namespace {
+
+const QCommandLineOption kindOption(QStringLiteral("kind"), QStringLiteral("The media kind."),
+                                    QStringLiteral("KIND"));
+const QCommandLineOption scaleOption(QStringLiteral("scale"),
+                                     QStringLiteral("The screen scale (default 1)."),
+                                     QStringLiteral("S"));
+
+// The screen scale from --scale, put in force for the command.
+std::optional<qreal> scaleFrom(const QCommandLineParser& parser) {
+    if (!parser.isSet(scaleOption))
+        return 1.0;
+    bool ok = false;
+    const qreal scale = parser.value(scaleOption).toDouble(&ok);
+    if (!ok || scale <= 0 || scale > 16)
+        return std::nullopt;
+    return scale;
+}
+
+bool writeFile(const QString& path, const QByteArray& bytes, QString* problem) {
+    QSaveFile file(path);
+    if (file.open(QIODevice::WriteOnly) && file.write(bytes) == bytes.size() && file.commit())
+        return true;
+    *problem = QStringLiteral("%1: cannot be written: %2").arg(path, file.errorString());
+    return false;
+}
+
+QVariantList pair(qreal a, qreal b) {
+    return {a, b};
+}
+
+int artwork(const QCommandLineParser& parser, Format format) {
+    const QStringList arguments = parser.positionalArguments();
+    if (arguments.size() != 2 || !parser.isSet(kindOption))
+        return fail(QStringLiteral("artwork takes --kind KIND, an input and an output image"));
+    const std::optional<qreal> scale = scaleFrom(parser);
+    if (!scale)
+        return fail(QStringLiteral("--scale takes a number above 0"));
+    ScopedDevice device(Idiom::Phone, QSizeF(375, 667), *scale);
+
+    QFile input(arguments.at(0));
+    if (!input.open(QIODevice::ReadOnly))
+        return fail(
+            QStringLiteral("%1: cannot be read: %2").arg(input.fileName(), input.errorString()));
+    QSizeF points;
+    QSize pixels;
+    const std::optional<QByteArray> jpeg =
+        ArtworkSizing::sizedJpeg(input.readAll(), parser.value(kindOption), 80, &points, &pixels);
+    if (!jpeg)
+        return fail(QStringLiteral("%1: not an image that can be decoded").arg(input.fileName()));
+    QString problem;
+    if (!writeFile(arguments.at(1), *jpeg, &problem))
+        return fail(problem);
+    print(QVariantMap{{QStringLiteral("points"), pair(points.width(), points.height())},
+                      {QStringLiteral("pixels"), pair(pixels.width(), pixels.height())}},
+          format);
+    return Success;
+}
+
+int effect(const QCommandLineParser& parser, Format) {
+    const QStringList arguments = parser.positionalArguments();
+    if (arguments.size() != 3)
+        return fail(QStringLiteral("effect takes light|extralight|dark|tint:#RRGGBB, an input "
+                                   "and an output image"));
+    const std::optional<qreal> scale = scaleFrom(parser);
+    if (!scale)
+        return fail(QStringLiteral("--scale takes a number above 0"));
+    ScopedDevice device(Idiom::Phone, QSizeF(375, 667), *scale);
+
+    const QString name = arguments.at(0);
+    std::function<QImage(const QImage&)> apply;
+    if (name == QLatin1String("light")) {
+        apply = ImageEffects::applyLightEffect;
+    } else if (name == QLatin1String("extralight")) {
+        apply = ImageEffects::applyExtraLightEffect;
+    } else if (name == QLatin1String("dark")) {
+        apply = ImageEffects::applyDarkEffect;
+    } else if (name.startsWith(QLatin1String("tint:"))) {
+        const QColor colour = QColor::fromString(name.mid(5));
+        if (!colour.isValid())
+            return fail(QStringLiteral("\"%1\" is not a colour (#RRGGBB)").arg(name.mid(5)));
+        apply = [colour](const QImage& image) {
+            return ImageEffects::applyTintEffectWithColor(image, colour);
+        };
+    } else {
+        return fail(QStringLiteral("unknown effect \"%1\"").arg(name));
+    }
+
+    QImageReader reader(arguments.at(1));
+    QImage snapshot = reader.read();
+    if (snapshot.isNull())
+        return fail(QStringLiteral("%1: %2").arg(arguments.at(1), reader.errorString()));
+    // A snapshot of the screen: its pixels kept, its points its pixels over the scale.
+    snapshot.setDevicePixelRatio(*scale);
+    const QImage result = apply(snapshot);
+    if (result.isNull())
+        return fail(QStringLiteral("%1: too small for the effect").arg(arguments.at(1)));
+    if (!result.save(arguments.at(2), "PNG"))
+        return fail(QStringLiteral("%1: cannot be written").arg(arguments.at(2)));
+    return Success;
+}
+
+} // namespace
+
+QList<Command> imageCommands() {
+    return {
+        {QStringLiteral("artwork"), QStringLiteral("artwork --kind KIND [--scale S] IN OUT"),
+         QStringLiteral("Sizes artwork for a media kind and writes it as JPEG."),
+         [](QCommandLineParser& parser) {
+             parser.addOption(kindOption);
+             parser.addOption(scaleOption);
+         },
+         artwork},
+        {QStringLiteral("effect"),
+         QStringLiteral("effect light|extralight|dark|tint:#RRGGBB [--scale S] IN OUT"),
+         QStringLiteral("Applies a blur effect to a screen snapshot and writes it as PNG."),
+         [](QCommandLineParser& parser) { parser.addOption(scaleOption); }, effect},
+    };
+}
+
+} // namespace tolvane::cli

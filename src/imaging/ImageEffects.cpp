@@ -1,0 +1,502 @@
+#include "ImageEffects.h"
+
+#include "imaging/ParallelRows.h"
+#include "platform/Device.h"
+
+#include <QDebug>
+#include <QPainter>
+
+#include <algorithm>
+#include <cmath>
+#include <cstdlib>
+#include <memory>
+
+#ifdef __linux__
+#include <sys/mman.h>
+#endif
+#include <vector>
+
+namespace tolvane {
+
+namespace {
+
+#if defined(__GNUC__) && defined(__x86_64__) && defined(__linux__)
+#define TOLVANE_CLONES __attribute__((target_clones("avx2", "default")))
+#define TOLVANE_INLINE inline __attribute__((always_inline))
+#else
+#define TOLVANE_CLONES
+#define TOLVANE_INLINE inline
+#endif
+
+constexpr double epsilon = 1.1920928955078125e-07;
+constexpr double sqrtTwoPi = 2.5066282746310002;
+constexpr int matrixDivisor = 256;
+
+qreal screenScale() {
+    const qreal scale = Device::current().scale();
+    return scale > 0 ? scale : 1;
+}
+
+QSizeF pointSize(const QImage& image) {
+    return image.deviceIndependentSize();
+}
+
+QSize pixelSize(QSizeF points, qreal scale) {
+    return QSize(int(std::ceil(points.width() * scale - 1e-6)),
+                 int(std::ceil(points.height() * scale - 1e-6)));
+}
+
+// A transparent surface of a size in points at a scale.
+QImage surface(QSizeF points, qreal scale) {
+    QImage image(pixelSize(points, scale), QImage::Format_ARGB32_Premultiplied);
+    if (image.isNull())
+        return image;
+    image.setDevicePixelRatio(scale);
+    image.fill(Qt::transparent);
+    return image;
+}
+
+// A premultiplied image whose pixels are left unset, in memory the kernel may back with huge
+// pages: a full-screen working image then costs a handful of page faults instead of thousands.
+QImage largeImage(QSize size) {
+#ifdef __linux__
+    constexpr size_t hugePage = 2 * 1024 * 1024;
+    const size_t bytes = size_t(size.width()) * 4 * size_t(size.height());
+    if (size.isEmpty() || bytes < hugePage)
+        return QImage(size, QImage::Format_ARGB32_Premultiplied);
+    const size_t rounded = (bytes + hugePage - 1) / hugePage * hugePage;
+    void* memory = std::aligned_alloc(hugePage, rounded);
+    if (!memory)
+        return {};
+    ::madvise(memory, rounded, MADV_HUGEPAGE);
+    return QImage(
+        static_cast<uchar*>(memory), size.width(), size.height(), size.width() * 4,
+        QImage::Format_ARGB32_Premultiplied, [](void* data) { std::free(data); }, memory);
+#else
+    return QImage(size, QImage::Format_ARGB32_Premultiplied);
+#endif
+}
+
+// The image drawn over the whole of a transparent surface of its point size.
+QImage drawnAtScale(const QImage& image, qreal scale) {
+    if (image.format() == QImage::Format_ARGB32_Premultiplied && image.devicePixelRatio() == scale)
+        return image.copy();
+    QImage drawn = surface(pointSize(image), scale);
+    if (drawn.isNull())
+        return drawn;
+    QPainter painter(&drawn);
+    painter.setRenderHint(QPainter::SmoothPixmapTransform);
+    painter.drawImage(QRectF(QPointF(0, 0), pointSize(image)), image);
+    return drawn;
+}
+
+QString describe(const QImage& image) {
+    const QSizeF points = pointSize(image);
+    return QStringLiteral("<QImage: %1 x %2 points, scale %3>")
+        .arg(points.width())
+        .arg(points.height())
+        .arg(image.devicePixelRatio());
+}
+
+// Exact division of sums below 2^25 by a fixed divisor, as a multiply and a shift.
+struct Divider {
+    explicit Divider(quint32 divisor) {
+        int bits = 0;
+        while ((quint64(1) << bits) < divisor)
+            ++bits;
+        shift = 25 + bits;
+        multiplier = ((quint64(1) << shift) + divisor - 1) / divisor;
+        half = divisor / 2;
+    }
+    quint32 operator()(quint32 sum) const {
+        return quint32((quint64(sum + half) * multiplier) >> shift);
+    }
+
+    quint64 multiplier = 0;
+    int shift = 0;
+    quint32 half = 0;
+};
+
+// Sums of a d-wide window along one row, edge pixels repeated, four channels at a time. The
+// middle of the row, where no index needs clamping, runs without any.
+template <typename Sum>
+TOLVANE_INLINE void rowSums(const uchar* row, Sum* out, int width, int radius) {
+    const int last = width - 1;
+    quint32 a0 = 0, a1 = 0, a2 = 0, a3 = 0;
+    for (int k = -radius; k <= radius; ++k) {
+        const uchar* pixel = row + 4 * std::clamp(k, 0, last);
+        a0 += pixel[0];
+        a1 += pixel[1];
+        a2 += pixel[2];
+        a3 += pixel[3];
+    }
+    const auto step = [&](int x, const uchar* in, const uchar* outgoing) {
+        Sum* o = out + 4 * x;
+        o[0] = Sum(a0);
+        o[1] = Sum(a1);
+        o[2] = Sum(a2);
+        o[3] = Sum(a3);
+        a0 += quint32(in[0]) - outgoing[0];
+        a1 += quint32(in[1]) - outgoing[1];
+        a2 += quint32(in[2]) - outgoing[2];
+        a3 += quint32(in[3]) - outgoing[3];
+    };
+    // Both ends of the window lie inside the row from x = radius to width - radius - 2.
+    const int middleBegin = std::min(radius, width);
+    const int middleEnd = std::max(middleBegin, width - radius - 1);
+    int x = 0;
+    for (; x < middleBegin; ++x)
+        step(x, row + 4 * std::min(x + radius + 1, last), row);
+    for (; x < middleEnd; ++x)
+        step(x, row + 4 * (x + radius + 1), row + 4 * (x - radius));
+    for (; x < width; ++x)
+        step(x, row + 4 * last, row + 4 * std::max(x - radius, 0));
+}
+
+// One band of rows of a d x d box average, edge pixels repeated, each channel rounded once.
+// The row sums of the d + 1 rows around the current one live in a ring, so that the source
+// is read and the destination written once, and the working memory stays small.
+template <typename Sum>
+TOLVANE_INLINE void boxBand(const QImage& source, QImage& destination, int kernelSize, int rowBegin,
+                            int rowEnd, void* ringMemory) {
+    const int width = source.width();
+    const int lastRow = source.height() - 1;
+    const int radius = kernelSize / 2;
+    const size_t stride = size_t(width) * 4;
+    const int ringRows = kernelSize + 1;
+    Sum* const ring = static_cast<Sum*>(ringMemory);
+    std::vector<quint32> acc(stride, 0);
+    const Divider divide(quint32(kernelSize) * quint32(kernelSize));
+
+    // The slot of a row index (edge rows repeat, so an index may lie outside the image).
+    const auto slot = [&](int y) {
+        return ring + size_t(((y - rowBegin + radius) % ringRows + ringRows) % ringRows) * stride;
+    };
+    const auto computeRow = [&](int y) {
+        Sum* target = slot(y);
+        rowSums(source.constScanLine(std::clamp(y, 0, lastRow)), target, width, radius);
+        return target;
+    };
+    for (int k = -radius; k <= radius; ++k) {
+        const Sum* sums = computeRow(rowBegin + k);
+        for (size_t i = 0; i < stride; ++i)
+            acc[i] += sums[i];
+    }
+    quint32* a = acc.data();
+    for (int y = rowBegin; y < rowEnd; ++y) {
+        uchar* out = destination.scanLine(y);
+        for (size_t i = 0; i < stride; ++i)
+            out[i] = uchar(divide(a[i]));
+        if (y + 1 == rowEnd)
+            break;
+        const Sum* incoming = computeRow(y + radius + 1);
+        const Sum* outgoing = slot(y - radius);
+        for (size_t i = 0; i < stride; ++i)
+            a[i] += quint32(incoming[i]) - outgoing[i];
+    }
+}
+
+// The pixel loops, built twice: for processors with AVX2 and for any other, the one to run
+// chosen when the program loads.
+TOLVANE_CLONES void boxBand16(const QImage& source, QImage& destination, int kernelSize, int begin,
+                              int end, void* ring) {
+    boxBand<quint16>(source, destination, kernelSize, begin, end, ring);
+}
+TOLVANE_CLONES void boxBand32(const QImage& source, QImage& destination, int kernelSize, int begin,
+                              int end, void* ring) {
+    boxBand<quint32>(source, destination, kernelSize, begin, end, ring);
+}
+
+// The rings of row sums for the two bands of an image, made once for all passes of a blur.
+class BoxRings {
+public:
+    BoxRings(QSize size, int kernelSize)
+        : m_wide(kernelSize > 257)
+        , m_bytes(size_t(kernelSize + 1) * size_t(size.width()) * 4 *
+                  (m_wide ? sizeof(quint32) : sizeof(quint16)))
+        , m_first(new std::byte[m_bytes])
+        , m_second(new std::byte[m_bytes]) {}
+
+    // Row sums of up to 257 pixels fit 16 bits; wider kernels need 32.
+    bool wide() const { return m_wide; }
+    void* ring(bool firstBand) const { return firstBand ? m_first.get() : m_second.get(); }
+
+private:
+    bool m_wide;
+    size_t m_bytes;
+    std::unique_ptr<std::byte[]> m_first;
+    std::unique_ptr<std::byte[]> m_second;
+};
+
+void boxConvolveInto(const QImage& source, QImage& destination, int kernelSize,
+                     const BoxRings& rings) {
+    parallelRows(source.height(), [&](int begin, int end) {
+        void* ring = rings.ring(begin == 0);
+        if (rings.wide())
+            boxBand32(source, destination, kernelSize, begin, end, ring);
+        else
+            boxBand16(source, destination, kernelSize, begin, end, ring);
+    });
+}
+
+inline uchar multiply255(uint value, uint factor) {
+    return uchar((value * factor + 127) / 255);
+}
+
+// result = tint over (effect, weighted by the mask, over source); premultiplied throughout.
+TOLVANE_CLONES void compositeRows(const QImage& source, const QImage* effect, const QImage* mask,
+                                  QRgb tint, QImage& result, int begin, int end) {
+    const uint tintAlpha = qAlpha(tint);
+    const uint keepUnderTint = 255 - tintAlpha;
+    const uint tintBytes[4] = {uint(qBlue(tint)), uint(qGreen(tint)), uint(qRed(tint)), tintAlpha};
+    const int width = result.width();
+    for (int y = begin; y < end; ++y) {
+        const uchar* s = source.constScanLine(y);
+        const uchar* e = effect ? effect->constScanLine(y) : nullptr;
+        const uchar* m = mask ? mask->constScanLine(y) : nullptr;
+        uchar* out = result.scanLine(y);
+        if (!e) {
+            for (int i = 0; i < 4 * width; ++i)
+                out[i] = uchar(tintBytes[i & 3] + multiply255(s[i], keepUnderTint));
+            continue;
+        }
+        if (!m) {
+            for (int x = 0; x < width; ++x) {
+                const uint keep = 255 - e[4 * x + 3];
+                for (int c = 0; c < 4; ++c) {
+                    const uint below = e[4 * x + c] + multiply255(s[4 * x + c], keep);
+                    out[4 * x + c] = uchar(tintBytes[c] + multiply255(below, keepUnderTint));
+                }
+            }
+            continue;
+        }
+        for (int x = 0; x < width; ++x) {
+            const uint coverage = m[4 * x + 3];
+            const uint keep = 255 - multiply255(e[4 * x + 3], coverage);
+            for (int c = 0; c < 4; ++c) {
+                const uint below =
+                    multiply255(e[4 * x + c], coverage) + multiply255(s[4 * x + c], keep);
+                out[4 * x + c] = uchar(tintBytes[c] + multiply255(below, keepUnderTint));
+            }
+        }
+    }
+}
+
+void composite(const QImage& source, const QImage* effect, const QImage* mask, QRgb tint,
+               QImage& result) {
+    parallelRows(result.height(), [&](int begin, int end) {
+        compositeRows(source, effect, mask, tint, result, begin, end);
+    });
+}
+
+} // namespace
+
+int ImageEffects::boxKernelSize(qreal blurRadius, qreal scale) {
+    const double inputRadius = blurRadius * scale;
+    int size = int(std::floor(inputRadius * 3.0 * sqrtTwoPi / 4.0 + 0.5));
+    if (size % 2 == 0)
+        ++size;
+    return size;
+}
+
+std::array<qint16, 16> ImageEffects::saturationMatrix(qreal s) {
+    const double floating[16] = {
+        0.0722 + 0.9278 * s,
+        0.0722 - 0.0722 * s,
+        0.0722 - 0.0722 * s,
+        0,
+        0.7152 - 0.7152 * s,
+        0.7152 + 0.2848 * s,
+        0.7152 - 0.7152 * s,
+        0,
+        0.2126 - 0.2126 * s,
+        0.2126 - 0.2126 * s,
+        0.2126 + 0.7873 * s,
+        0,
+        0,
+        0,
+        0,
+        1,
+    };
+    std::array<qint16, 16> fixed{};
+    for (size_t i = 0; i < fixed.size(); ++i)
+        fixed[i] = qint16(std::clamp(std::round(floating[i] * matrixDivisor), -32768.0, 32767.0));
+    return fixed;
+}
+
+void ImageEffects::boxConvolve(const QImage& source, QImage& destination, int kernelSize) {
+    Q_ASSERT(source.size() == destination.size());
+    if (source.isNull() || kernelSize < 1)
+        return;
+    boxConvolveInto(source, destination, kernelSize, BoxRings(source.size(), kernelSize));
+}
+
+namespace {
+
+// One row through the matrix. The divisor is a template parameter so that the usual 256
+// becomes a shift the compiler can vectorise.
+template <int FixedDivisor>
+TOLVANE_INLINE void matrixRow(const uchar* in, uchar* out, int width, const std::array<int, 16>& m,
+                              int divisor) {
+    const auto divide = [divisor](int sum) {
+        if constexpr (FixedDivisor == 256)
+            return sum >> 8;
+        else
+            return sum / divisor;
+    };
+    for (int x = 0; x < width; ++x) {
+        const int p0 = in[4 * x], p1 = in[4 * x + 1], p2 = in[4 * x + 2], p3 = in[4 * x + 3];
+        // Negative sums end at 0 whichever way the division rounds.
+        const int alpha =
+            std::clamp(divide(p0 * m[3] + p1 * m[7] + p2 * m[11] + p3 * m[15]), 0, 255);
+        // Colour never exceeds coverage in a premultiplied pixel.
+        out[4 * x] =
+            uchar(std::clamp(divide(p0 * m[0] + p1 * m[4] + p2 * m[8] + p3 * m[12]), 0, alpha));
+        out[4 * x + 1] =
+            uchar(std::clamp(divide(p0 * m[1] + p1 * m[5] + p2 * m[9] + p3 * m[13]), 0, alpha));
+        out[4 * x + 2] =
+            uchar(std::clamp(divide(p0 * m[2] + p1 * m[6] + p2 * m[10] + p3 * m[14]), 0, alpha));
+        out[4 * x + 3] = uchar(alpha);
+    }
+}
+
+TOLVANE_CLONES void matrixRows256(const QImage& source, QImage& destination,
+                                  const std::array<int, 16>& m, int begin, int end) {
+    for (int y = begin; y < end; ++y)
+        matrixRow<256>(source.constScanLine(y), destination.scanLine(y), source.width(), m, 256);
+}
+
+void matrixRowsAny(const QImage& source, QImage& destination, const std::array<int, 16>& m,
+                   int divisor, int begin, int end) {
+    for (int y = begin; y < end; ++y)
+        matrixRow<0>(source.constScanLine(y), destination.scanLine(y), source.width(), m, divisor);
+}
+
+} // namespace
+
+void ImageEffects::matrixMultiply(const QImage& source, QImage& destination,
+                                  const std::array<qint16, 16>& matrix, int divisor) {
+    Q_ASSERT(source.size() == destination.size());
+    if (divisor == 0)
+        return;
+    std::array<int, 16> m{};
+    std::copy(matrix.begin(), matrix.end(), m.begin());
+    parallelRows(source.height(), [&](int begin, int end) {
+        if (divisor == 256)
+            matrixRows256(source, destination, m, begin, end);
+        else
+            matrixRowsAny(source, destination, m, divisor, begin, end);
+    });
+}
+
+QImage ImageEffects::applyBlurWithRadius(const QImage& image, qreal blurRadius,
+                                         const std::optional<QColor>& tintColor,
+                                         qreal saturationDeltaFactor,
+                                         const std::optional<QImage>& maskImage) {
+    const QSizeF points = pointSize(image);
+    if (points.width() < 1 || points.height() < 1) {
+        qWarning().noquote() << QString::asprintf("*** error: invalid size: (%.2f x %.2f). Both "
+                                                  "dimensions must be >= 1: ",
+                                                  points.width(), points.height()) +
+                                    describe(image);
+        return {};
+    }
+    if (image.isNull()) {
+        qWarning().noquote() << QStringLiteral("*** error: image must be backed by a CGImage: ") +
+                                    describe(image);
+        return {};
+    }
+    if (maskImage && maskImage->isNull()) {
+        qWarning().noquote() << QStringLiteral(
+                                    "*** error: maskImage must be backed by a CGImage: ") +
+                                    describe(*maskImage);
+        return {};
+    }
+
+    const qreal scale = screenScale();
+    const bool hasBlur = blurRadius > epsilon;
+    const bool hasSaturationChange = std::abs(saturationDeltaFactor - 1.0) > epsilon;
+
+    const QImage source = drawnAtScale(image, scale);
+    if (source.isNull())
+        return {};
+    const auto workingImage = [&source, scale] {
+        QImage working = largeImage(source.size());
+        working.setDevicePixelRatio(scale);
+        return working;
+    };
+
+    // Two working images: the passes go back and forth between them, the source only read.
+    // A saturation change is only ever seen through the blur, so without a blur it is not
+    // computed at all.
+    QImage effect;
+    QImage result;
+    if (hasBlur) {
+        QImage first = workingImage();
+        QImage second = workingImage();
+        if (first.isNull() || second.isNull())
+            return {};
+        const int kernel = boxKernelSize(blurRadius, scale);
+        const BoxRings rings(source.size(), kernel);
+        boxConvolveInto(source, first, kernel, rings);
+        boxConvolveInto(first, second, kernel, rings);
+        boxConvolveInto(second, first, kernel, rings);
+        if (hasSaturationChange)
+            matrixMultiply(first, second, saturationMatrix(saturationDeltaFactor), matrixDivisor);
+        effect = hasSaturationChange ? second : first;
+        // The other one is free again and takes the result.
+        result = hasSaturationChange ? first : second;
+    } else {
+        result = workingImage();
+        if (result.isNull())
+            return {};
+    }
+
+    QImage mask;
+    if (hasBlur && maskImage) {
+        mask = surface(points, scale);
+        QPainter painter(&mask);
+        painter.drawImage(QRectF(QPointF(0, 0), points),
+                          maskImage->hasAlphaChannel()
+                              ? *maskImage
+                              : maskImage->convertToFormat(QImage::Format_Alpha8));
+    }
+    const QRgb tint = tintColor ? qPremultiply(tintColor->rgba()) : 0;
+    composite(source, hasBlur ? &effect : nullptr, hasBlur && maskImage ? &mask : nullptr, tint,
+              result);
+    return result;
+}
+
+QImage ImageEffects::applyLightEffect(const QImage& image) {
+    return applyBlurWithRadius(image, 30, QColor::fromRgbF(1, 1, 1, 0.3f), 1.8);
+}
+
+QImage ImageEffects::applyExtraLightEffect(const QImage& image) {
+    return applyBlurWithRadius(image, 20, QColor::fromRgbF(0.97f, 0.97f, 0.97f, 0.82f), 1.8);
+}
+
+QImage ImageEffects::applyDarkEffect(const QImage& image) {
+    return applyBlurWithRadius(image, 20, QColor::fromRgbF(0.11f, 0.11f, 0.11f, 0.73f), 1.8);
+}
+
+QImage ImageEffects::applyTintEffectWithColor(const QImage& image, const QColor& tintColor) {
+    QColor tint = tintColor;
+    if (tintColor.isValid()) {
+        // Grey colours keep their grey; others their red, green and blue; alpha becomes 0.6.
+        const float alpha = 0.6f;
+        tint = QColor::fromRgbF(tintColor.redF(), tintColor.greenF(), tintColor.blueF(), alpha);
+    }
+    return applyBlurWithRadius(image, 10, tint, -1.0);
+}
+
+QImage ImageScale::imageWithImage(const QImage& image, QSizeF size) {
+    QImage scaled = surface(size, screenScale());
+    if (scaled.isNull() || image.isNull())
+        return scaled.isNull() ? QImage() : scaled;
+    QPainter painter(&scaled);
+    painter.setRenderHint(QPainter::SmoothPixmapTransform);
+    painter.drawImage(QRectF(QPointF(0, 0), size), image);
+    return scaled;
+}
+
+} // namespace tolvane
