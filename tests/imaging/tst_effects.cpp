@@ -116,6 +116,8 @@ void TestEffects::boxMatchesReference_data() {
     QTest::newRow("one pixel wide") << QSize(1, 12) << 7 << false;
     QTest::newRow("identity kernel") << QSize(5, 5) << 1 << true;
     QTest::newRow("32-bit sums") << QSize(20, 3) << 259 << true;
+    QTest::newRow("two bands of rows") << QSize(7, 150) << 9 << false;
+    QTest::newRow("two bands, kernel taller than a band") << QSize(3, 140) << 181 << true;
 }
 
 void TestEffects::boxMatchesReference() {
