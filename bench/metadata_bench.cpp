@@ -20,8 +20,7 @@ namespace {
 
 constexpr int corpusSize = 1000;
 
-TagLib::ByteVector cover()
-{
+TagLib::ByteVector cover() {
     QByteArray bytes(100 * 1024, '\0');
     QRandomGenerator generator(7);
     for (char& byte : bytes)
@@ -31,8 +30,7 @@ TagLib::ByteVector cover()
     return TagLib::ByteVector(bytes.constData(), uint(bytes.size()));
 }
 
-void tagMp3(const QString& path, bool withCover, int index)
-{
+void tagMp3(const QString& path, bool withCover, int index) {
     TagLib::MPEG::File file(QFile::encodeName(path).constData());
     TagLib::ID3v2::Tag* tag = file.ID3v2Tag(true);
     tag->setTitle(TagLib::String("Song " + std::to_string(index)));
@@ -48,8 +46,7 @@ void tagMp3(const QString& path, bool withCover, int index)
     file.save(TagLib::MPEG::File::ID3v2);
 }
 
-void tagMp4(const QString& path, bool withCover, int index)
-{
+void tagMp4(const QString& path, bool withCover, int index) {
     TagLib::MP4::File file(QFile::encodeName(path).constData());
     TagLib::MP4::Tag* tag = file.tag();
     tag->setTitle(TagLib::String("Track " + std::to_string(index)));
@@ -62,8 +59,7 @@ void tagMp4(const QString& path, bool withCover, int index)
     file.save();
 }
 
-const QStringList& corpus()
-{
+const QStringList& corpus() {
     static QTemporaryDir folder;
     static QStringList paths;
     if (!paths.isEmpty())
@@ -75,8 +71,10 @@ const QStringList& corpus()
     QFile::copy(media + QStringLiteral("/Morning Run.m4a"), m4a);
     for (int i = 0; i < corpusSize; ++i) {
         const bool isMp3 = i % 2 == 0;
-        const QString path = folder.filePath(QStringLiteral("file%1.%2").arg(i).arg(
-            isMp3 ? QStringLiteral("mp3") : QStringLiteral("m4a")));
+        const QString path =
+            folder.filePath(QStringLiteral("file%1.%2")
+                                .arg(i)
+                                .arg(isMp3 ? QStringLiteral("mp3") : QStringLiteral("m4a")));
         QFile::copy(isMp3 ? mp3 : m4a, path);
         QFile(path).setPermissions(QFile::ReadOwner | QFile::WriteOwner);
         const bool withCover = i % 3 == 0;
@@ -90,8 +88,7 @@ const QStringList& corpus()
 }
 
 // What a program that only wants these values does with TagLib.
-size_t readMinimal(const QString& path)
-{
+size_t readMinimal(const QString& path) {
     const QByteArray name = QFile::encodeName(path);
     size_t sum = 0;
     if (path.endsWith(QLatin1String(".mp3"))) {
@@ -125,8 +122,7 @@ size_t readMinimal(const QString& path)
     return sum;
 }
 
-void BM_MinimalTagLib1000(benchmark::State& state)
-{
+void BM_MinimalTagLib1000(benchmark::State& state) {
     const QStringList& paths = corpus();
     for (auto _ : state) {
         size_t sum = 0;
@@ -138,8 +134,7 @@ void BM_MinimalTagLib1000(benchmark::State& state)
 }
 BENCHMARK(BM_MinimalTagLib1000)->Unit(benchmark::kMillisecond);
 
-void BM_MetadataDictionary1000(benchmark::State& state)
-{
+void BM_MetadataDictionary1000(benchmark::State& state) {
     const QStringList& paths = corpus();
     for (auto _ : state) {
         qsizetype keys = 0;

@@ -40,35 +40,32 @@ TagLib::FileName fileName(const QString& path) {
     return encoded.constData();
 }
 
-QString id3CommonKey(const TagLib::ByteVector& frameId) {
-    if (frameId == "TIT2")
-        return AVMetadataCommonKeyTitle;
-    if (frameId == "TPE1")
-        return AVMetadataCommonKeyArtist;
-    if (frameId == "TALB")
-        return AVMetadataCommonKeyAlbumName;
-    if (frameId == "TCON")
-        return AVMetadataCommonKeyType;
-    if (frameId == "TDRC" || frameId == "TYER")
-        return AVMetadataCommonKeyCreationDate;
-    if (frameId == "APIC")
-        return AVMetadataCommonKeyArtwork;
-    return {};
-}
+// A tag's own key and the common key it stands for.
+struct CommonKeyEntry {
+    const char* key;
+    const QString* commonKey;
+};
 
-QString mp4CommonKey(const TagLib::String& name) {
-    if (name == "\251nam")
-        return AVMetadataCommonKeyTitle;
-    if (name == "\251ART")
-        return AVMetadataCommonKeyArtist;
-    if (name == "\251alb")
-        return AVMetadataCommonKeyAlbumName;
-    if (name == "\251gen")
-        return AVMetadataCommonKeyType;
-    if (name == "\251day")
-        return AVMetadataCommonKeyCreationDate;
-    if (name == "covr")
-        return AVMetadataCommonKeyArtwork;
+constexpr CommonKeyEntry id3CommonKeys[] = {
+    {"TIT2", &AVMetadataCommonKeyTitle},        {"TPE1", &AVMetadataCommonKeyArtist},
+    {"TALB", &AVMetadataCommonKeyAlbumName},    {"TCON", &AVMetadataCommonKeyType},
+    {"TDRC", &AVMetadataCommonKeyCreationDate}, {"TYER", &AVMetadataCommonKeyCreationDate},
+    {"APIC", &AVMetadataCommonKeyArtwork},
+};
+
+constexpr CommonKeyEntry mp4CommonKeys[] = {
+    {"\251nam", &AVMetadataCommonKeyTitle},        {"\251ART", &AVMetadataCommonKeyArtist},
+    {"\251alb", &AVMetadataCommonKeyAlbumName},    {"\251gen", &AVMetadataCommonKeyType},
+    {"\251day", &AVMetadataCommonKeyCreationDate}, {"covr", &AVMetadataCommonKeyArtwork},
+};
+
+// The common key of a tag key, or a null string for none.
+template <typename Key, size_t Count>
+QString commonKeyOf(const Key& key, const CommonKeyEntry (&table)[Count]) {
+    for (const CommonKeyEntry& entry : table) {
+        if (key == entry.key)
+            return *entry.commonKey;
+    }
     return {};
 }
 
@@ -80,7 +77,7 @@ QList<MetadataItem> id3Items(const TagLib::ID3v2::Tag* tag) {
         MetadataItem item;
         item.key = QString::fromLatin1(frame->frameID().data(), qsizetype(frame->frameID().size()));
         item.keySpace = AVMetadataKeySpaceID3;
-        item.commonKey = id3CommonKey(frame->frameID());
+        item.commonKey = commonKeyOf(frame->frameID(), id3CommonKeys);
         const auto* picture = frame->frameID() == "APIC"
                                   ? dynamic_cast<const TagLib::ID3v2::AttachedPictureFrame*>(frame)
                                   : nullptr;
@@ -123,7 +120,7 @@ QList<MetadataItem> mp4Items(const TagLib::MP4::Tag* tag, const Mp4Boxes& boxes)
         else
             item.key = toQString(name);
         item.keySpace = AVMetadataKeySpaceiTunes;
-        item.commonKey = mp4CommonKey(name);
+        item.commonKey = commonKeyOf(name, mp4CommonKeys);
         if (name == "covr") {
             const TagLib::MP4::CoverArtList covers = value.toCoverArtList();
             if (covers.isEmpty())

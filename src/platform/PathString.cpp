@@ -44,8 +44,7 @@ QString pathExtension(const QString& path) {
     return name.mid(dot + 1);
 }
 
-QString deletingPathExtension(const QString& path)
-{
+QString deletingPathExtension(const QString& path) {
     const QString extension = pathExtension(path);
     if (extension.isEmpty())
         return trimmedOfTrailingSlashes(path);
