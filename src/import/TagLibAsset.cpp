@@ -200,14 +200,17 @@ TagLibAsset::TagLibAsset(const QString& path)
     const TagLib::FileName name = fileName(path);
     constexpr auto style = TagLib::AudioProperties::Average;
 
-    if (extension == QLatin1String("mp3")) {
-        TagLib::MPEG::File file(name, true, style);
-        if (!file.isValid())
-            return;
+    // MP3, WAV and AIFF carry ID3v2 tags; each is opened with its own TagLib class.
+    const auto readId3File = [this](const auto& file, const TagLib::ID3v2::Tag* tag) {
         m_duration = secondsOf(file.audioProperties());
         m_playable = file.audioProperties() != nullptr;
-        for (const MetadataItem& item : id3Items(file.hasID3v2Tag() ? file.ID3v2Tag() : nullptr))
+        for (const MetadataItem& item : id3Items(tag))
             addItem(AVMetadataFormatID3Metadata, item);
+    };
+    if (extension == QLatin1String("mp3")) {
+        TagLib::MPEG::File file(name, true, style);
+        if (file.isValid())
+            readId3File(file, file.hasID3v2Tag() ? file.ID3v2Tag() : nullptr);
         return;
     }
     if (isMp4Name(extension)) {
@@ -224,23 +227,15 @@ TagLibAsset::TagLibAsset(const QString& path)
     }
     if (extension == QLatin1String("wav")) {
         TagLib::RIFF::WAV::File file(name, true, style);
-        if (!file.isValid())
-            return;
-        m_duration = secondsOf(file.audioProperties());
-        m_playable = file.audioProperties() != nullptr;
-        for (const MetadataItem& item : id3Items(file.hasID3v2Tag() ? file.ID3v2Tag() : nullptr))
-            addItem(AVMetadataFormatID3Metadata, item);
+        if (file.isValid())
+            readId3File(file, file.hasID3v2Tag() ? file.ID3v2Tag() : nullptr);
         return;
     }
     if (extension == QLatin1String("aif") || extension == QLatin1String("aiff") ||
         extension == QLatin1String("aifc")) {
         TagLib::RIFF::AIFF::File file(name, true, style);
-        if (!file.isValid())
-            return;
-        m_duration = secondsOf(file.audioProperties());
-        m_playable = file.audioProperties() != nullptr;
-        for (const MetadataItem& item : id3Items(file.hasID3v2Tag() ? file.tag() : nullptr))
-            addItem(AVMetadataFormatID3Metadata, item);
+        if (file.isValid())
+            readId3File(file, file.hasID3v2Tag() ? file.tag() : nullptr);
         return;
     }
 

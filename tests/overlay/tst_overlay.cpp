@@ -124,8 +124,6 @@ private Q_SLOTS:
     void init();
     void spinnerFrames_data();
     void spinnerFrames();
-    void modeShowsOneIndicator_data();
-    void modeShowsOneIndicator();
     void hidesOneOverlayPerCall_data();
     void hidesOneOverlayPerCall();
     void hidesAllOverlays_data();
@@ -221,53 +219,6 @@ void TestOverlay::spinnerFrames() {
     auto* box = hud->findChild<HUDBox*>();
     QVERIFY(box && box->isVisible());
     QCOMPARE(box->geometry(), QRect(QPoint(0, 0), QSize(90, 90)).translated(142, 288));
-}
-
-void TestOverlay::modeShowsOneIndicator_data() {
-    QTest::addColumn<MBProgressHUDMode>("mode");
-    QTest::addColumn<QString>("indicator");
-
-    QTest::newRow("indeterminate")
-        << MBProgressHUDMode::Indeterminate << s("tolvane::BusyIndicator");
-    QTest::newRow("determinate") << MBProgressHUDMode::Determinate
-                                 << s("tolvane::ProgressIndicator");
-    QTest::newRow("bar") << MBProgressHUDMode::DeterminateHorizontalBar
-                         << s("tolvane::ProgressIndicator");
-    QTest::newRow("annular") << MBProgressHUDMode::AnnularDeterminate
-                             << s("tolvane::ProgressIndicator");
-    QTest::newRow("custom view") << MBProgressHUDMode::CustomView << s("custom");
-    QTest::newRow("text") << MBProgressHUDMode::Text << QString();
-}
-
-void TestOverlay::modeShowsOneIndicator() {
-    QFETCH(MBProgressHUDMode, mode);
-    QFETCH(QString, indicator);
-
-    QWidget view;
-    view.resize(300, 300);
-    view.show();
-    auto* hud = new MBProgressHUD(&view);
-    auto* custom = new QWidget(hud);
-    custom->setObjectName(s("custom"));
-    hud->setCustomView(custom);
-    hud->show(false);
-    auto* box = hud->findChild<HUDBox*>();
-    const qsizetype children = box->children().size();
-
-    // Every other mode first, twice, then the row's.
-    for (int round = 0; round < 2; ++round) {
-        for (int other = 0; other <= int(MBProgressHUDMode::Text); ++other)
-            hud->setMode(MBProgressHUDMode(other));
-    }
-    hud->setMode(mode);
-
-    QStringList shown;
-    for (QWidget* child : box->findChildren<QWidget*>(Qt::FindDirectChildrenOnly)) {
-        if (child->isVisible() && !qobject_cast<QLabel*>(child))
-            shown.append(child == custom ? s("custom") : s(child->metaObject()->className()));
-    }
-    QCOMPARE(shown, indicator.isEmpty() ? QStringList() : QStringList(indicator));
-    QVERIFY(box->children().size() <= children + 1);
 }
 
 void TestOverlay::hidesOneOverlayPerCall_data() {
