@@ -1,0 +1,41 @@
+#include "ImageViewLoading.h"
+
+#include "net/RemoteImageLoader.h"
+#include "platform/ui/ImageView.h"
+
+#include <QVariant>
+
+namespace tolvane {
+
+namespace {
+
+// Each load into a view gets a number; an arriving image is shown only if its load is still
+// the view's latest, as a reused cell asks for another picture before the first comes.
+constexpr const char* loadNumberProperty = "tolvaneImageLoad";
+
+} // namespace
+
+void setImageWithURL(ImageView* view, const QUrl& url, const QImage& placeholder,
+                     std::function<void(const QImage& image, const QString& error)> completion,
+                     RemoteImageLoader* loader) {
+    if (!view)
+        return;
+    static quint64 lastLoad = 0;
+    const quint64 load = ++lastLoad;
+    view->setProperty(loadNumberProperty, load);
+    view->setImage(placeholder);
+
+    RemoteImageLoader& source = loader ? *loader : RemoteImageLoader::shared();
+    source.loadImage(url, view,
+                     [view, load, completion = std::move(completion)](const QImage& image,
+                                                                      const QString& error) {
+                         if (view->property(loadNumberProperty).toULongLong() != load)
+                             return;
+                         if (!image.isNull())
+                             view->setImage(image);
+                         if (completion)
+                             completion(image, error);
+                     });
+}
+
+} // namespace tolvane
