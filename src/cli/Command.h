@@ -33,5 +33,6 @@ QList<Command> allCommands();
 QList<Command> foundationCommands();
 QList<Command> mediaCommands();
 QList<Command> imageCommands();
+QList<Command> searchCommands();
 
 } // namespace tolvane::cli

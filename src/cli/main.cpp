@@ -14,7 +14,7 @@ int fail(const QString& message) {
 }
 
 QList<Command> allCommands() {
-    return foundationCommands() + mediaCommands() + imageCommands();
+    return foundationCommands() + mediaCommands() + imageCommands() + searchCommands();
 }
 
 } // namespace tolvane::cli

@@ -1,3 +1,4 @@
+#include "HttpTestServer.h"
 #include "TestSupport.h"
 #include "platform/Paths.h"
 #include "platform/PropertyList.h"
@@ -46,6 +47,8 @@ private Q_SLOTS:
     void help();
     void mediaCommands_data();
     void mediaCommands();
+    void searchCommands_data();
+    void searchCommands();
 
 private:
     // Runs tolvane-cli with the arguments; extra environment entries are "NAME=value".
@@ -53,11 +56,13 @@ private:
     QString iconFile(const char* name) const;
 
     QTemporaryDir m_device;
+    HttpTestServer m_server;
 };
 
 void TestCli::initTestCase() {
     QVERIFY(QFileInfo(s(TOLVANE_CLI)).isExecutable());
     QVERIFY(m_device.isValid());
+    QVERIFY(m_server.listen());
     Paths::setDeviceRoot(m_device.path());
 
     const QVariantMap record{{s("title"), s("Song One")},
@@ -80,14 +85,17 @@ void TestCli::initTestCase() {
 Run TestCli::run(const QStringList& arguments, const QStringList& environment) const {
     QProcess process;
     QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
-    for (const char* name : {"TOLVANE_ROOT", "TOLVANE_SCALE", "TOLVANE_IDIOM"})
+    for (const char* name :
+         {"TOLVANE_ROOT", "TOLVANE_SCALE", "TOLVANE_IDIOM", "TOLVANE_SEARCH_URL"})
         env.remove(s(name));
     for (const QString& entry : environment)
         env.insert(entry.section(QLatin1Char('='), 0, 0), entry.section(QLatin1Char('='), 1));
     process.setProcessEnvironment(env);
     process.start(s(TOLVANE_CLI), arguments);
     Run result;
-    if (!process.waitForFinished(10000) || process.exitStatus() != QProcess::NormalExit)
+    // The event loop runs meanwhile: the search command talks to the test's own server.
+    if (!QTest::qWaitFor([&process] { return process.state() == QProcess::NotRunning; }, 10000) ||
+        process.exitStatus() != QProcess::NormalExit)
         return result;
     result.exitCode = process.exitCode();
     result.out = process.readAllStandardOutput();
@@ -354,6 +362,73 @@ void TestCli::mediaCommands() {
         return;
     }
     QCOMPARE(json(result.out).value(key).toVariant(), value);
+}
+
+void TestCli::searchCommands_data() {
+    QTest::addColumn<QStringList>("arguments");
+    QTest::addColumn<int>("exitCode");
+    // Standard output: the URL line for "query", else JSON compared as parsed.
+    QTest::addColumn<QByteArray>("out");
+
+    const QByteArray page = "<div class=\"rg_di\"><a href=\"/imgres?imgurl=http://a.example/1.jpg"
+                            "&amp;h=500\"></a>{\"tu\":\"http://t.example/1?q\\u003dx\",\"s\":1}";
+    const QByteArray records = R"([{"imgurl": "http://a.example/1.jpg",
+                                    "thumburl": "http://t.example/1?q=x"}])";
+    const QString saved = m_device.filePath(s("page.html"));
+    const QString plain = m_device.filePath(s("plain.html"));
+    writeFile(saved, page);
+    writeFile(plain, "<html>no results</html>");
+    m_server.route("/search", HttpTestServer::ok(page, "text/html; charset=UTF-8"));
+    const QString service = s("TOLVANE_SEARCH_URL=") + m_server.base();
+    QTcpServer closed;
+    closed.listen(QHostAddress::LocalHost);
+    const QString refused = s("TOLVANE_SEARCH_URL=http://127.0.0.1:%1").arg(closed.serverPort());
+
+    QTest::newRow("query") << QStringList{s("query"), s("a b.mp4"), s("albums")} << 0
+                           << QByteArray("https://www.google.com/search?espv=2&biw=1050&bih=757&"
+                                         "tbs=imgo:1,islt:vga,isz:ex,iszw:500,iszh:500&tbm=isch&"
+                                         "source=lnt&q=a+b+albums\n");
+    QTest::newRow("query needs a keyword") << QStringList{s("query"), s("a")} << 2 << QByteArray();
+    QTest::newRow("scrape") << QStringList{s("scrape"), saved} << 0 << records;
+    QTest::newRow("scrape without results")
+        << QStringList{s("scrape"), plain} << 0 << QByteArray("null");
+    QTest::newRow("scrape of nothing")
+        << QStringList{s("scrape"), m_device.filePath(s("gone.html"))} << 2 << QByteArray();
+    QTest::newRow("search") << QStringList{s("search"), s("a b"), service} << 0 << records;
+    QTest::newRow("search refused")
+        << QStringList{s("search"), s("x"), refused} << 1 << QByteArray();
+}
+
+void TestCli::searchCommands() {
+    QFETCH(QStringList, arguments);
+    QFETCH(int, exitCode);
+    QFETCH(QByteArray, out);
+
+    // An environment entry rides at the end of the arguments.
+    QStringList environment;
+    if (arguments.constLast().contains(QLatin1Char('=')))
+        environment.append(arguments.takeLast());
+    const Run result = run(arguments, environment);
+    QCOMPARE(result.exitCode, exitCode);
+    if (exitCode != 0) {
+        QCOMPARE(result.err.count('\n'), 1);
+        if (exitCode == 1)
+            QVERIFY(result.err.startsWith("tolvane-cli: Failed to retrieve images: "));
+        return;
+    }
+    if (arguments.first() == s("query")) {
+        QCOMPARE(result.out, out);
+        return;
+    }
+    if (out == "null") {
+        QCOMPARE(result.out, QByteArray("null\n"));
+        return;
+    }
+    const QJsonDocument printed = QJsonDocument::fromJson(result.out);
+    QVERIFY(printed.isArray());
+    QCOMPARE(printed, QJsonDocument::fromJson(out));
+    if (arguments.first() == s("search"))
+        QVERIFY(m_server.requests().constLast().head.contains("GET /search?espv=2&"));
 }
 
 QTEST_GUILESS_MAIN(TestCli)
