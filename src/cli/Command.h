@@ -34,5 +34,6 @@ QList<Command> foundationCommands();
 QList<Command> mediaCommands();
 QList<Command> imageCommands();
 QList<Command> searchCommands();
+QList<Command> libraryCommands();
 
 } // namespace tolvane::cli

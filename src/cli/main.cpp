@@ -14,7 +14,8 @@ int fail(const QString& message) {
 }
 
 QList<Command> allCommands() {
-    return foundationCommands() + mediaCommands() + imageCommands() + searchCommands();
+    return foundationCommands() + mediaCommands() + imageCommands() + searchCommands() +
+           libraryCommands();
 }
 
 } // namespace tolvane::cli

@@ -1,0 +1,278 @@
+#include "import/library/TagWriter.h"
+
+#include "import/IntegerValue.h"
+#include "import/MediaKinds.h"
+#include "platform/MetadataKeys.h"
+
+#include <algorithm>
+#include <taglib/aifffile.h>
+#include <taglib/attachedpictureframe.h>
+#include <taglib/fileref.h>
+#include <taglib/flacfile.h>
+#include <taglib/id3v2tag.h>
+#include <taglib/mp4file.h>
+#include <taglib/mpegfile.h>
+#include <taglib/opusfile.h>
+#include <taglib/podcastframe.h>
+#include <taglib/textidentificationframe.h>
+#include <taglib/tpropertymap.h>
+#include <taglib/vorbisfile.h>
+#include <taglib/wavfile.h>
+#include <taglib/xiphcomment.h>
+
+namespace tolvane {
+
+namespace {
+
+// The values of a record as the writers need them; empty text and 0 mean "not given".
+struct Tags {
+    QString kind;
+    QString title, artist, album, genre, year;
+    int track = 0, trackCount = 0;
+    QString podcastName, seriesName;
+    int season = 0, episode = 0;
+    QByteArray artwork;
+    bool png = false;
+
+    bool isPodcast() const {
+        return kind == MediaKinds::podcast || kind == MediaKinds::videoPodcast;
+    }
+    bool isTvEpisode() const { return kind == MediaKinds::tvEpisode; }
+};
+
+TagLib::String str(const QString& text) {
+    return TagLib::String(text.toStdString(), TagLib::String::UTF8);
+}
+
+QString textValue(const QVariantMap& metadata, const QString& key) {
+    const QVariant value = metadata.value(key);
+    // Numbers where text is expected are written as their text.
+    return value.isValid() ? value.toString().trimmed() : QString();
+}
+
+int number(const QVariantMap& metadata, const QString& key) {
+    return int(std::clamp<qlonglong>(integerValue(metadata.value(key)), 0, 1 << 30));
+}
+
+Tags tagsOf(const QVariantMap& record) {
+    const QVariantMap metadata = record.value(QStringLiteral("metadata")).toMap();
+    Tags tags;
+    tags.kind = record.value(QStringLiteral("mediaKind")).toString();
+    tags.title = textValue(metadata, AVMetadataCommonKeyTitle);
+    tags.artist = textValue(metadata, AVMetadataCommonKeyArtist);
+    tags.album = textValue(metadata, AVMetadataCommonKeyAlbumName);
+    tags.genre = textValue(metadata, AVMetadataCommonKeyType);
+    const qlonglong year = integerValue(metadata.value(QStringLiteral("year")));
+    if (year > 0 && year < 10000)
+        tags.year = QString::number(year);
+    tags.track = number(metadata, QStringLiteral("trackNumber"));
+    tags.trackCount = number(metadata, QStringLiteral("trackCount"));
+    tags.podcastName = textValue(metadata, QStringLiteral("podcastName"));
+    tags.seriesName = textValue(metadata, QStringLiteral("seriesName"));
+    tags.season = number(metadata, QStringLiteral("seasonNumber"));
+    tags.episode = number(metadata, QStringLiteral("episodeNumber"));
+    tags.artwork = metadata.value(QStringLiteral("imageData")).toByteArray();
+    tags.png = tags.artwork.startsWith("\x89PNG");
+    return tags;
+}
+
+TagLib::ByteVector bytes(const QByteArray& data) {
+    return TagLib::ByteVector(data.constData(), unsigned(data.size()));
+}
+
+// The media type byte the library reads from "stik".
+unsigned char mediaTypeByte(const QString& kind) {
+    if (kind == MediaKinds::musicVideo)
+        return 6;
+    if (kind == MediaKinds::featureMovie)
+        return 9;
+    if (kind == MediaKinds::tvEpisode)
+        return 10;
+    if (kind == MediaKinds::ringtone)
+        return 14;
+    if (kind == MediaKinds::podcast || kind == MediaKinds::videoPodcast)
+        return 21;
+    return 1;
+}
+
+void setText(TagLib::MP4::Tag* tag, const char* key, const QString& value) {
+    if (value.isEmpty())
+        tag->removeItem(key);
+    else
+        tag->setItem(key, TagLib::StringList(str(value)));
+}
+
+void writeMp4(TagLib::MP4::Tag* tag, const Tags& tags) {
+    setText(tag, "\251nam", tags.title);
+    setText(tag, "\251ART", tags.artist);
+    setText(tag, "\251alb",
+            tags.isPodcast() && tags.album.isEmpty() ? tags.podcastName : tags.album);
+    setText(tag, "\251gen", tags.genre);
+    setText(tag, "\251day", tags.year);
+    if (tags.track > 0)
+        tag->setItem("trkn", TagLib::MP4::Item(tags.track, tags.trackCount));
+    tag->setItem("stik", TagLib::MP4::Item(mediaTypeByte(tags.kind)));
+    if (tags.isTvEpisode()) {
+        setText(tag, "tvsh", tags.seriesName);
+        tag->setItem("tvsn", TagLib::MP4::Item(unsigned(qMax(1, tags.season))));
+        tag->setItem("tves", TagLib::MP4::Item(unsigned(qMax(1, tags.episode))));
+    }
+    if (tags.isPodcast()) {
+        tag->setItem("pcst", TagLib::MP4::Item(true));
+        setText(tag, "tvsh", tags.podcastName);
+        if (tags.episode > 0)
+            tag->setItem("tves", TagLib::MP4::Item(unsigned(tags.episode)));
+    }
+    if (!tags.artwork.isEmpty()) {
+        TagLib::MP4::CoverArtList covers;
+        covers.append(TagLib::MP4::CoverArt(tags.png ? TagLib::MP4::CoverArt::PNG
+                                                     : TagLib::MP4::CoverArt::JPEG,
+                                            bytes(tags.artwork)));
+        tag->setItem("covr", TagLib::MP4::Item(covers));
+    }
+}
+
+void setFrame(TagLib::ID3v2::Tag* tag, const char* id, const QString& value) {
+    tag->removeFrames(id);
+    if (value.isEmpty())
+        return;
+    auto* frame = new TagLib::ID3v2::TextIdentificationFrame(id, TagLib::String::UTF8);
+    frame->setText(str(value));
+    tag->addFrame(frame); // the tag owns its frames
+}
+
+void setUserText(TagLib::ID3v2::Tag* tag, const QString& description, const QString& value) {
+    if (auto* old = TagLib::ID3v2::UserTextIdentificationFrame::find(tag, str(description)))
+        tag->removeFrame(old);
+    if (value.isEmpty())
+        return;
+    auto* frame = new TagLib::ID3v2::UserTextIdentificationFrame(TagLib::String::UTF8);
+    frame->setDescription(str(description));
+    frame->setText(str(value));
+    tag->addFrame(frame);
+}
+
+void writeId3(TagLib::ID3v2::Tag* tag, const Tags& tags) {
+    setFrame(tag, "TIT2", tags.title);
+    setFrame(tag, "TPE1", tags.artist);
+    setFrame(tag, "TALB", tags.isPodcast() && tags.album.isEmpty() ? tags.podcastName : tags.album);
+    setFrame(tag, "TCON", tags.genre);
+    tag->removeFrames("TYER");
+    setFrame(tag, "TDRC", tags.year);
+    if (tags.track > 0)
+        setFrame(tag, "TRCK",
+                 tags.trackCount > 0 ? QStringLiteral("%1/%2").arg(tags.track).arg(tags.trackCount)
+                                     : QString::number(tags.track));
+    if (tags.isPodcast()) {
+        tag->removeFrames("PCST");
+        tag->addFrame(new TagLib::ID3v2::PodcastFrame());
+        setUserText(tag, QStringLiteral("PODCAST"), tags.podcastName);
+    }
+    if (tags.isTvEpisode()) {
+        setUserText(tag, QStringLiteral("SERIES"), tags.seriesName);
+        setUserText(tag, QStringLiteral("SEASON"), QString::number(qMax(1, tags.season)));
+    }
+    if (tags.episode > 0 && (tags.isPodcast() || tags.isTvEpisode()))
+        setUserText(tag, QStringLiteral("EPISODE"), QString::number(tags.episode));
+    if (!tags.artwork.isEmpty()) {
+        tag->removeFrames("APIC");
+        auto* picture = new TagLib::ID3v2::AttachedPictureFrame();
+        picture->setType(TagLib::ID3v2::AttachedPictureFrame::FrontCover);
+        picture->setMimeType(tags.png ? "image/png" : "image/jpeg");
+        picture->setPicture(bytes(tags.artwork));
+        tag->addFrame(picture);
+    }
+}
+
+TagLib::PropertyMap propertiesOf(TagLib::PropertyMap properties, const Tags& tags) {
+    const auto set = [&properties](const char* key, const QString& value) {
+        if (value.isEmpty())
+            properties.erase(key);
+        else
+            properties.replace(key, TagLib::StringList(str(value)));
+    };
+    set("TITLE", tags.title);
+    set("ARTIST", tags.artist);
+    set("ALBUM", tags.isPodcast() && tags.album.isEmpty() ? tags.podcastName : tags.album);
+    set("GENRE", tags.genre);
+    set("DATE", tags.year);
+    if (tags.track > 0)
+        set("TRACKNUMBER", QString::number(tags.track));
+    if (tags.isPodcast()) {
+        set("PODCAST", tags.podcastName);
+    }
+    if (tags.isTvEpisode()) {
+        set("SHOW", tags.seriesName);
+        set("SEASONNUMBER", QString::number(qMax(1, tags.season)));
+    }
+    if (tags.episode > 0 && (tags.isPodcast() || tags.isTvEpisode()))
+        set("EPISODENUMBER", QString::number(tags.episode));
+    return properties;
+}
+
+TagLib::FLAC::Picture* flacPicture(const Tags& tags) {
+    auto* picture = new TagLib::FLAC::Picture();
+    picture->setType(TagLib::FLAC::Picture::FrontCover);
+    picture->setMimeType(tags.png ? "image/png" : "image/jpeg");
+    picture->setData(bytes(tags.artwork));
+    return picture;
+}
+
+void writeXiph(TagLib::Ogg::XiphComment* comment, const Tags& tags) {
+    comment->setProperties(propertiesOf(comment->properties(), tags));
+    if (!tags.artwork.isEmpty()) {
+        comment->removeAllPictures();
+        comment->addPicture(flacPicture(tags));
+    }
+}
+
+} // namespace
+
+TagWriter::Result TagWriter::write(const QString& path, const QVariantMap& record,
+                                   QString* problem) {
+    const Tags tags = tagsOf(record);
+    const QByteArray encodedPath = path.toLocal8Bit();
+    TagLib::FileRef ref(encodedPath.constData(), false);
+    if (ref.isNull())
+        return Result::NotTaggable;
+
+    TagLib::File* file = ref.file();
+    bool saved = false;
+    if (auto* mp4 = dynamic_cast<TagLib::MP4::File*>(file)) {
+        writeMp4(mp4->tag(), tags);
+        saved = mp4->save();
+    } else if (auto* mp3 = dynamic_cast<TagLib::MPEG::File*>(file)) {
+        writeId3(mp3->ID3v2Tag(true), tags);
+        saved = mp3->save(TagLib::MPEG::File::ID3v2, TagLib::File::StripOthers, TagLib::ID3v2::v4);
+    } else if (auto* wav = dynamic_cast<TagLib::RIFF::WAV::File*>(file)) {
+        writeId3(wav->ID3v2Tag(), tags);
+        saved =
+            wav->save(TagLib::RIFF::WAV::File::ID3v2, TagLib::File::StripNone, TagLib::ID3v2::v4);
+    } else if (auto* aiff = dynamic_cast<TagLib::RIFF::AIFF::File*>(file)) {
+        writeId3(aiff->tag(), tags);
+        saved = aiff->save();
+    } else if (auto* flac = dynamic_cast<TagLib::FLAC::File*>(file)) {
+        // FLAC keeps pictures in blocks of their own, not in the comment.
+        TagLib::Ogg::XiphComment* comment = flac->xiphComment(true);
+        comment->setProperties(propertiesOf(comment->properties(), tags));
+        if (!tags.artwork.isEmpty()) {
+            flac->removePictures();
+            flac->addPicture(flacPicture(tags));
+        }
+        saved = flac->save();
+    } else if (auto* vorbis = dynamic_cast<TagLib::Ogg::Vorbis::File*>(file)) {
+        writeXiph(vorbis->tag(), tags);
+        saved = vorbis->save();
+    } else if (auto* opus = dynamic_cast<TagLib::Ogg::Opus::File*>(file)) {
+        writeXiph(opus->tag(), tags);
+        saved = opus->save();
+    } else {
+        file->setProperties(propertiesOf(file->properties(), tags));
+        saved = file->save();
+    }
+    if (!saved && problem)
+        *problem = QStringLiteral("cannot write the tags into the copy");
+    return saved ? Result::Written : Result::Failed;
+}
+
+} // namespace tolvane

@@ -1,0 +1,22 @@
+#pragma once
+
+#include <QString>
+#include <QVariantMap>
+
+namespace tolvane {
+
+// Writes the tags and artwork of an import record into a media file with TagLib:
+//  - MPEG-4: ©nam ©ART ©alb ©gen ©day trkn covr, stik for the kind, tvsh/tvsn/tves for TV
+//    episodes, pcst and the show name (in ©alb and tvsh) for podcasts;
+//  - MP3, WAV, AIFF: ID3v2.4 TIT2 TPE1 TALB TCON TDRC TRCK APIC, PCST for podcasts, and the
+//    podcast, series, season and episode values in TXXX frames;
+//  - other formats TagLib writes (FLAC, Ogg, ...): the property map and, where the format
+//    holds one, a front-cover picture.
+class TagWriter {
+public:
+    enum class Result { Written, NotTaggable, Failed };
+    // NotTaggable: TagLib does not know the format, and the file is left as it is.
+    static Result write(const QString& path, const QVariantMap& record, QString* problem);
+};
+
+} // namespace tolvane

@@ -1,0 +1,378 @@
+// Import submission and the media library: what a record turns into on disk and in the
+// catalogue, and what is left after an import dies half-way.
+
+#include "TestSupport.h"
+#include "import/ImportSubmission.h"
+#include "import/MetadataReader.h"
+#include "import/library/LibraryCatalogue.h"
+#include "import/library/LibraryFiling.h"
+#include "import/library/MediaLibrary.h"
+#include "platform/Device.h"
+#include "platform/MetadataKeys.h"
+
+#include <QBuffer>
+#include <QCryptographicHash>
+#include <QImageReader>
+#include <QTemporaryDir>
+#include <QtConcurrent>
+#include <QtTest>
+
+#include <sys/wait.h>
+#include <unistd.h>
+
+using namespace tolvane;
+using tolvane::test::s;
+
+namespace {
+
+QString fixture(const char* name) {
+    return QStringLiteral(TOLVANE_MEDIA_FIXTURES "/") + QLatin1String(name);
+}
+
+QByteArray sha(const QString& path) {
+    return QCryptographicHash::hash(test::contents(path), QCryptographicHash::Sha256);
+}
+
+QByteArray pngBytes(QSize size) {
+    QImage image(size, QImage::Format_RGB32);
+    image.fill(Qt::darkCyan);
+    QByteArray bytes;
+    QBuffer buffer(&bytes);
+    buffer.open(QIODevice::WriteOnly);
+    image.save(&buffer, "PNG");
+    return bytes;
+}
+
+QVariantMap record(const QString& kind, const QString& path, const QVariantMap& metadata) {
+    return {{s("mediaKind"), kind}, {s("path"), path}, {s("metadata"), metadata}};
+}
+
+// Tells what the editor's delegate heard, in order.
+class RecordingDelegate : public ImportViewControllerDelegate {
+public:
+    void ImportViewControllerDidCancel(const QString& path) override {
+        calls << (path.isNull() ? s("cancel:nil") : s("cancel:") + path);
+    }
+    void ImportViewControllerDidStart() override { calls << s("start"); }
+    QStringList calls;
+};
+
+} // namespace
+
+class TestLibrary : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void filing_data();
+    void filing();
+    void commitField_data();
+    void commitField();
+    void artworkAtSubmission();
+    void completionOrder_data();
+    void completionOrder();
+    void importFormats_data();
+    void importFormats();
+    void sameNameAndConcurrentImports();
+    void refusedImports_data();
+    void refusedImports();
+    void recoveryAfterDeath_data();
+    void recoveryAfterDeath();
+};
+
+void TestLibrary::filing_data() {
+    QTest::addColumn<QString>("kind");
+    QTest::addColumn<QVariantMap>("metadata");
+    QTest::addColumn<QString>("expected");
+
+    const QString path = s("/downloads/Clip.MP4");
+    QTest::newRow("song") << s("song")
+                          << QVariantMap{{s("title"), s("Tide")},
+                                         {s("artist"), s("Pilots")},
+                                         {s("albumName"), s("Charts")},
+                                         {s("trackNumber"), 3}}
+                          << s("Music/Pilots/Charts/03 Tide.mp4");
+    QTest::newRow("song without values")
+        << s("song") << QVariantMap{} << s("Music/Unknown Artist/Unknown Album/Clip.mp4");
+    QTest::newRow("unknown kind as song") << s("hologram") << QVariantMap{{s("title"), s("T")}}
+                                          << s("Music/Unknown Artist/Unknown Album/T.mp4");
+    QTest::newRow("music video") << s("music-video")
+                                 << QVariantMap{{s("title"), s("Tide")}, {s("artist"), s("Pilots")}}
+                                 << s("Music Videos/Pilots - Tide.mp4");
+    QTest::newRow("movie, year as text")
+        << s("feature-movie") << QVariantMap{{s("title"), s("Fog")}, {s("year"), s("1999")}}
+        << s("Movies/Fog (1999)/Fog (1999).mp4");
+    QTest::newRow("movie without year")
+        << s("feature-movie") << QVariantMap{{s("title"), s("Fog")}} << s("Movies/Fog/Fog.mp4");
+    QTest::newRow("tv episode") << s("tv-episode")
+                                << QVariantMap{{s("title"), s("Pilot")},
+                                               {s("seriesName"), s("Harbour")},
+                                               {s("seasonNumber"), s("2")},
+                                               {s("episodeNumber"), 11}}
+                                << s("TV Shows/Harbour/Season 02/Harbour - S02E11 - Pilot.mp4");
+    QTest::newRow("tv episode without numbers")
+        << s("tv-episode") << QVariantMap{{s("title"), s("Pilot")}}
+        << s("TV Shows/Unknown Series/Season 01/Unknown Series - S01E01 - Pilot.mp4");
+    QTest::newRow("podcast") << s("videoPodcast")
+                             << QVariantMap{{s("title"), s("Ep")}, {s("podcastName"), s("Cast")}}
+                             << s("Podcasts/Cast/Ep.mp4");
+    QTest::newRow("ringtone") << s("ringtone") << QVariantMap{{s("title"), 42}}
+                              << s("Ringtones/42.mp4");
+    QTest::newRow("separators and dots")
+        << s("ringtone") << QVariantMap{{s("title"), s("../a/b\\c")}} << s("Ringtones/-a-b-c.mp4");
+    QTest::newRow("only dots") << s("ringtone") << QVariantMap{{s("title"), s("..")}}
+                               << s("Ringtones/Clip.mp4");
+    QTest::newRow("control characters")
+        << s("ringtone") << QVariantMap{{s("title"), s("a\nb\tc\x01")}} << s("Ringtones/a b c.mp4");
+    QTest::newRow("lone surrogate")
+        << s("ringtone") << QVariantMap{{s("title"), QString(QChar(0xd800)) + s("x")}}
+        << s("Ringtones/\xef\xbf\xbdx.mp4");
+}
+
+void TestLibrary::filing() {
+    QFETCH(QString, kind);
+    QFETCH(QVariantMap, metadata);
+    QFETCH(QString, expected);
+    QCOMPARE(LibraryFiling::relativePath(record(kind, s("/downloads/Clip.MP4"), metadata)),
+             expected);
+}
+
+void TestLibrary::commitField_data() {
+    QTest::addColumn<int>("field");
+    QTest::addColumn<QString>("text");
+    QTest::addColumn<QString>("key");
+    QTest::addColumn<QVariant>("expected");
+
+    QTest::newRow("track") << 0 << s("07") << s("trackNumber") << QVariant(7LL);
+    QTest::newRow("track emptied keeps number") << 0 << s("") << s("trackNumber") << QVariant(5);
+    QTest::newRow("title emptied") << 1 << s("") << s("title") << QVariant(s(""));
+    QTest::newRow("genre") << 4 << s("Jazz") << s("type") << QVariant(s("Jazz"));
+    QTest::newRow("year stays text") << 5 << s("1987") << s("year") << QVariant(s("1987"));
+    QTest::newRow("episode") << 7 << s("12") << s("episodeNumber") << QVariant(12LL);
+    QTest::newRow("season emptied") << 9 << s("") << s("seasonNumber") << QVariant();
+    QTest::newRow("no field") << 12 << s("x") << s("title") << QVariant(s("Old"));
+}
+
+void TestLibrary::commitField() {
+    QFETCH(int, field);
+    QFETCH(QString, text);
+    QFETCH(QString, key);
+    QFETCH(QVariant, expected);
+
+    QVariantMap importDict = record(s("song"), s("/x.mp3"),
+                                    {{s("title"), s("Old")},
+                                     {s("trackNumber"), 5},
+                                     {s("year"), 2001},
+                                     {s("imageData"), s("x")}});
+    ImportSubmission::saveNewMetadataAndImport(importDict, false, EditedField{field, text});
+    const QVariantMap metadata = importDict.value(s("metadata")).toMap();
+    QCOMPARE(metadata.value(key), expected);
+    // Without the flag the artwork is left alone, even when it is not an image.
+    QCOMPARE(metadata.value(s("imageData")), QVariant(s("x")));
+    QCOMPARE(metadata.value(s("year")), field == 5 ? QVariant(text) : QVariant(2001));
+}
+
+void TestLibrary::artworkAtSubmission() {
+    const ScopedDevice device(Idiom::Phone, QSizeF(375, 667), 2);
+    QVariantMap importDict =
+        record(s("music-video"), s("/x.mp4"), {{s("imageData"), pngBytes({1000, 1000})}});
+    ImportSubmission::saveNewMetadataAndImport(importDict, true, std::nullopt);
+    QByteArray jpeg = importDict.value(s("metadata")).toMap().value(s("imageData")).toByteArray();
+    QVERIFY(jpeg.startsWith("\xff\xd8"));
+    QBuffer buffer(&jpeg);
+    QCOMPARE(QImageReader(&buffer).size(), QSize(600, 341)); // 300 x 170.2 points at scale 2
+
+    for (const QVariant& bad : {QVariant(QByteArray("not an image")), QVariant()}) {
+        importDict = record(s("song"), s("/x.mp3"), {{s("imageData"), bad}});
+        ImportSubmission::saveNewMetadataAndImport(importDict, true, std::nullopt);
+        QVERIFY(!importDict.value(s("metadata")).toMap().contains(s("imageData")));
+    }
+}
+
+void TestLibrary::completionOrder_data() {
+    QTest::addColumn<bool>("fromDownload");
+    QTest::addColumn<QStringList>("afterImport");
+    QTest::addColumn<QString>("cancelPath");
+
+    QTest::newRow("recorded download") << true << QStringList{s("cancel:nil")} << QString();
+    QTest::newRow("record given whole")
+        << false << QStringList{s("start"), s("cancel:nil")} << s("/in/clip.mp4");
+}
+
+void TestLibrary::completionOrder() {
+    QFETCH(bool, fromDownload);
+    QFETCH(QStringList, afterImport);
+    QFETCH(QString, cancelPath);
+
+    QVariantMap importDict = record(s("song"), s("/in/clip.mp4"), {});
+    if (fromDownload)
+        importDict.insert(s("isNotOpenIn"), 1);
+    QCOMPARE(ImportSubmission::cancelPath(importDict), cancelPath);
+    QCOMPARE(ImportSubmission::cancelPath(importDict).isNull(), fromDownload);
+
+    RecordingDelegate delegate;
+    ImportSubmission::finish(importDict, &delegate,
+                             [&delegate] { delegate.calls << s("background"); });
+    QCOMPARE(delegate.calls, afterImport + QStringList{s("background")});
+    QVERIFY(importDict.isEmpty());
+}
+
+void TestLibrary::importFormats_data() {
+    QTest::addColumn<QString>("file");
+    QTest::addColumn<QString>("kind");
+    QTest::addColumn<bool>("artworkReadBack");
+
+    // Artwork is read back where the reader takes it (ID3 and MPEG-4).
+    QTest::newRow("mp3 song") << fixture("id3v23.mp3") << s("song") << true;
+    QTest::newRow("m4a podcast") << fixture("track3of10.m4a") << s("podcast") << true;
+    QTest::newRow("m4v tv episode") << fixture("video.m4v") << s("tv-episode") << true;
+    QTest::newRow("wav") << fixture("id3.wav") << s("ringtone") << true;
+    QTest::newRow("aiff") << fixture("id3.aiff") << s("music-video") << true;
+    QTest::newRow("flac") << fixture("tags.flac") << s("song") << false;
+    QTest::newRow("ogg") << fixture("tags.ogg") << s("feature-movie") << false;
+    QTest::newRow("not media, filed untagged") << fixture("not-media.mp3") << s("song") << false;
+}
+
+void TestLibrary::importFormats() {
+    QFETCH(QString, file);
+    QFETCH(QString, kind);
+    QFETCH(bool, artworkReadBack);
+
+    QTemporaryDir dir;
+    const QByteArray before = sha(file);
+    const QVariantMap metadata{
+        {s("title"), s("Tagged Title")}, {s("artist"), s("Tagged Artist")},
+        {s("type"), s("Tagged Genre")},  {s("year"), s("2003")},
+        {s("trackNumber"), 4},           {s("imageData"), pngBytes({64, 64})}};
+    MediaLibrary library(dir.path());
+    const ImportOutcome outcome = library.importFile(record(kind, file, metadata));
+    QVERIFY2(outcome.ok(), qPrintable(outcome.message));
+    QCOMPARE(sha(file), before);
+    QVERIFY(QFileInfo(outcome.path).isFile());
+    QVERIFY(!QFileInfo(outcome.path).fileName().startsWith(QLatin1Char('.')));
+
+    const QVariantMap readBack =
+        MetadataReader::metadataForFile(outcome.path).value_or(QVariantMap());
+    if (!file.endsWith(s("not-media.mp3"))) {
+        QCOMPARE(readBack.value(AVMetadataCommonKeyTitle).toString(), s("Tagged Title"));
+        QCOMPARE(readBack.value(AVMetadataCommonKeyArtist).toString(), s("Tagged Artist"));
+        QCOMPARE(readBack.value(AVMetadataCommonKeyType).toString(), s("Tagged Genre"));
+        QCOMPARE(readBack.contains(s("imageData")), artworkReadBack);
+    } else {
+        QCOMPARE(sha(outcome.path), before);
+    }
+
+    QString problem;
+    const QList<QVariantMap> items = library.items(&problem);
+    QVERIFY2(problem.isEmpty(), qPrintable(problem));
+    QCOMPARE(items.size(), 1);
+    QCOMPARE(items.first().value(s("id")).toLongLong(), outcome.id);
+    QCOMPARE(items.first().value(s("kind")).toString(), kind);
+    QCOMPARE(dir.path() + QLatin1Char('/') + items.first().value(s("path")).toString(),
+             outcome.path);
+    QCOMPARE(items.first().value(s("year")).toString(), s("2003"));
+    QCOMPARE(items.first().value(s("artwork_width")).toInt(), 64);
+    QCOMPARE(items.first().value(s("metadata")).toMap().value(s("trackNumber")).toInt(), 4);
+    QVERIFY(!items.first().value(s("metadata")).toMap().contains(s("imageData")));
+}
+
+void TestLibrary::sameNameAndConcurrentImports() {
+    QTemporaryDir dir;
+    MediaLibrary library(dir.path());
+    const QVariantMap song =
+        record(s("song"), fixture("id3v24.mp3"), {{s("title"), s("Same")}, {s("artist"), s("A")}});
+    constexpr int count = 6;
+    QList<QFuture<ImportOutcome>> running;
+    for (int i = 0; i < count; ++i)
+        running << QtConcurrent::run([&library, &song] { return library.importFile(song); });
+    QSet<QString> paths;
+    for (QFuture<ImportOutcome>& future : running) {
+        const ImportOutcome outcome = future.result();
+        QVERIFY2(outcome.ok(), qPrintable(outcome.message));
+        paths.insert(outcome.path);
+    }
+    QCOMPARE(paths.size(), count);
+    const QString folder = dir.path() + s("/Music/A/Unknown Album/");
+    QVERIFY(paths.contains(folder + s("Same.mp3")));
+    QVERIFY(paths.contains(folder + s("Same (2).mp3")));
+    QVERIFY(paths.contains(folder + s("Same (%1).mp3").arg(count)));
+    QString problem;
+    QCOMPARE(library.items(&problem).size(), count);
+    QCOMPARE(QDir(folder).entryList(QDir::Files | QDir::Hidden).size(), count);
+}
+
+void TestLibrary::refusedImports_data() {
+    QTest::addColumn<QVariantMap>("given");
+    QTest::addColumn<QString>("cause");
+
+    QTest::newRow("no path") << QVariantMap{{s("mediaKind"), s("song")}} << s("no \"path\"");
+    QTest::newRow("missing file") << record(s("song"), s("/nowhere/x.mp3"), {})
+                                  << s("No such file");
+    QTest::newRow("folder") << record(s("song"), s(TOLVANE_MEDIA_FIXTURES), {})
+                            << s("is not a file");
+}
+
+void TestLibrary::refusedImports() {
+    QFETCH(QVariantMap, given);
+    QFETCH(QString, cause);
+
+    QTemporaryDir dir;
+    MediaLibrary library(dir.path());
+    const ImportOutcome outcome = library.importFile(given);
+    QVERIFY(!outcome.ok());
+    QVERIFY2(outcome.message.contains(cause), qPrintable(outcome.message));
+
+    // A library folder that is a file cannot take anything either.
+    test::writeFile(dir.filePath(s("file")), "x");
+    const ImportOutcome blocked = MediaLibrary(dir.filePath(s("file")))
+                                      .importFile(record(s("song"), fixture("id3v24.mp3"), {}));
+    QVERIFY(!blocked.ok());
+    QVERIFY2(blocked.message.contains(s("not a folder")), qPrintable(blocked.message));
+}
+
+void TestLibrary::recoveryAfterDeath_data() {
+    QTest::addColumn<bool>("renamed");
+    QTest::addColumn<int>("itemsAfter");
+
+    QTest::newRow("died before the rename") << false << 0;
+    QTest::newRow("died after the rename") << true << 1;
+}
+
+void TestLibrary::recoveryAfterDeath() {
+    QFETCH(bool, renamed);
+    QFETCH(int, itemsAfter);
+
+    QTemporaryDir dir;
+    MediaLibrary library(dir.path());
+    const QString temp = dir.filePath(s(".tolvane-import-x.part"));
+    const QString name = s("Ringtones/Tone.m4r");
+    // A child process stands for an import killed half-way.
+    const pid_t child = fork();
+    if (child == 0) {
+        QString problem;
+        auto catalogue = LibraryCatalogue::open(library.catalogueFile(), &problem);
+        const qint64 id = catalogue ? catalogue->beginItem(temp, &problem) : -1;
+        test::writeFile(temp, "partial");
+        if (renamed && catalogue->setCandidate(id, name, &problem)) {
+            QDir().mkpath(dir.filePath(s("Ringtones")));
+            ::rename(QFile::encodeName(temp).constData(),
+                     QFile::encodeName(dir.filePath(name)).constData());
+        }
+        _exit(id > 0 ? 0 : 1);
+    }
+    int status = 0;
+    QCOMPARE(waitpid(child, &status, 0), child);
+    QCOMPARE(WEXITSTATUS(status), 0);
+
+    QString problem;
+    QCOMPARE(library.items(&problem).size(), 0); // a pending row is not an item
+    QVERIFY(library.recover().isEmpty());
+    QVERIFY(!QFileInfo::exists(temp));
+    const QList<QVariantMap> items = library.items(&problem);
+    QCOMPARE(items.size(), itemsAfter);
+    QCOMPARE(QFileInfo::exists(dir.filePath(name)), renamed);
+    if (renamed)
+        QCOMPARE(items.first().value(s("path")).toString(), name);
+}
+
+QTEST_GUILESS_MAIN(TestLibrary)
+#include "tst_library.moc"
