@@ -1,7 +1,7 @@
 #include "TestSupport.h"
 #include "app/SingleInstance.h"
 #include "app/ui/HintLabel.h"
-#include "app/ui/ImageButton.h"
+#include "platform/ui/ImageButton.h"
 #include "app/ui/ViewController.h"
 #include "platform/Device.h"
 #include "platform/Paths.h"

@@ -3,7 +3,7 @@
 #include "app/MainScreenLayout.h"
 #include "app/Preferences.h"
 #include "app/ui/HintLabel.h"
-#include "app/ui/ImageButton.h"
+#include "platform/ui/ImageButton.h"
 #include "platform/Device.h"
 #include "platform/DeviceNotifications.h"
 #include "platform/Localisation.h"
