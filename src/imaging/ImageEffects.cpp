@@ -9,12 +9,17 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdlib>
+#include <cstring>
 #include <memory>
+#include <type_traits>
+#include <vector>
 
 #ifdef __linux__
 #include <sys/mman.h>
 #endif
-#include <vector>
+#if defined(__GNUC__) && defined(__x86_64__) && defined(__linux__)
+#include <immintrin.h>
+#endif
 
 namespace tolvane {
 
@@ -23,10 +28,20 @@ namespace {
 #if defined(__GNUC__) && defined(__x86_64__) && defined(__linux__)
 #define TOLVANE_CLONES __attribute__((target_clones("avx2", "default")))
 #define TOLVANE_INLINE inline __attribute__((always_inline))
+#define TOLVANE_AVX2_ROWS 1
 #else
 #define TOLVANE_CLONES
 #define TOLVANE_INLINE inline
 #endif
+
+bool hasAvx2() {
+#ifdef TOLVANE_AVX2_ROWS
+    static const bool avx2 = __builtin_cpu_supports("avx2");
+    return avx2;
+#else
+    return false;
+#endif
+}
 
 constexpr double epsilon = 1.1920928955078125e-07;
 constexpr double sqrtTwoPi = 2.5066282746310002;
@@ -79,8 +94,9 @@ QImage largeImage(QSize size) {
 
 // The image drawn over the whole of a transparent surface of its point size.
 QImage drawnAtScale(const QImage& image, qreal scale) {
+    // Only ever read, so a shared copy does.
     if (image.format() == QImage::Format_ARGB32_Premultiplied && image.devicePixelRatio() == scale)
-        return image.copy();
+        return image;
     QImage drawn = surface(pointSize(image), scale);
     if (drawn.isNull())
         return drawn;
@@ -98,21 +114,23 @@ QString describe(const QImage& image) {
         .arg(image.devicePixelRatio());
 }
 
-// Exact division of sums below 2^25 by a fixed divisor, as a multiply and a shift.
+// Exact division of sums below 2^25 by a fixed divisor, as a multiply and a shift. The
+// multiplier stays below 2^27, so the product is a 32 x 32 -> 64-bit one, which vector units
+// have (a 64 x 64-bit multiply would keep the loop scalar).
 struct Divider {
     explicit Divider(quint32 divisor) {
         int bits = 0;
         while ((quint64(1) << bits) < divisor)
             ++bits;
         shift = 25 + bits;
-        multiplier = ((quint64(1) << shift) + divisor - 1) / divisor;
+        multiplier = quint32(((quint64(1) << shift) + divisor - 1) / divisor);
         half = divisor / 2;
     }
     quint32 operator()(quint32 sum) const {
-        return quint32((quint64(sum + half) * multiplier) >> shift);
+        return quint32((quint64(sum + half) * quint64(multiplier)) >> shift);
     }
 
-    quint64 multiplier = 0;
+    quint32 multiplier = 0;
     int shift = 0;
     quint32 half = 0;
 };
@@ -153,12 +171,219 @@ TOLVANE_INLINE void rowSums(const uchar* row, Sum* out, int width, int radius) {
         step(x, row + 4 * last, row + 4 * std::max(x - radius, 0));
 }
 
+#ifdef TOLVANE_AVX2_ROWS
+// Four pixels from index on, widened to 16 bits a channel.
+__attribute__((target("avx2"))) inline __m256i fourPixels(const uchar* pixels, int index) {
+    return _mm256_cvtepu8_epi16(
+        _mm_loadu_si128(reinterpret_cast<const __m128i*>(pixels + 4 * size_t(index))));
+}
+
+// Window sums along a row given with radius + 1 copies of its edge pixels on either side,
+// four pixels per step. The running sum is a chain from pixel to pixel; here the differences
+// of incoming and outgoing pixels are summed up inside the vector first, so that the chain
+// from one step to the next is a single add. Window sums of up to 257 pixels fit 16 bits, so
+// the 16-bit lanes may wrap in between and still end exact.
+__attribute__((target("avx2"))) void paddedRowSums16Avx2(const uchar* padded, quint16* out,
+                                                         int width, int radius) {
+    // The first window: padded pixels 1 to 2r + 1, four slots summed apart, then folded.
+    const int window = 2 * radius + 1;
+    __m256i slots = _mm256_setzero_si256();
+    int k = 0;
+    for (; k + 4 <= window; k += 4)
+        slots = _mm256_add_epi16(slots, fourPixels(padded, 1 + k));
+    slots = _mm256_add_epi16(slots, _mm256_permute4x64_epi64(slots, _MM_SHUFFLE(1, 0, 3, 2)));
+    slots = _mm256_add_epi16(slots, _mm256_permute4x64_epi64(slots, _MM_SHUFFLE(2, 3, 0, 1)));
+    alignas(32) quint16 first[16];
+    _mm256_store_si256(reinterpret_cast<__m256i*>(first), slots);
+    for (; k < window; ++k)
+        for (int c = 0; c < 4; ++c)
+            first[c] = quint16(first[c] + padded[4 * (1 + k) + c]);
+    quint64 packed = 0;
+    std::memcpy(&packed, first, sizeof packed);
+    // The sum at x, in each of the four pixel slots.
+    __m256i sum = _mm256_set1_epi64x(qint64(packed));
+
+    int x = 0;
+    for (; x + 4 <= width; x += 4) {
+        // d[i] takes the sum at x + i to the sum at x + i + 1.
+        const __m256i d =
+            _mm256_sub_epi16(fourPixels(padded, x + window + 1), fourPixels(padded, x + 1));
+        const __m256i shifted = _mm256_slli_si256(d, 8);    // 0, d0 | 0, d2
+        const __m256i pairs = _mm256_add_epi16(d, shifted); // d0, d0+d1 | d2, d2+d3
+        const __m256i lowPair = _mm256_permute4x64_epi64(pairs, _MM_SHUFFLE(1, 1, 1, 1));
+        const __m256i highPair = _mm256_permute4x64_epi64(pairs, _MM_SHUFFLE(3, 3, 3, 3));
+        // 0, d0 | d0+d1, d0+d1+d2
+        const __m256i offsets =
+            _mm256_add_epi16(shifted, _mm256_blend_epi32(_mm256_setzero_si256(), lowPair, 0xf0));
+        _mm256_storeu_si256(reinterpret_cast<__m256i*>(out + 4 * size_t(x)),
+                            _mm256_add_epi16(sum, offsets));
+        sum = _mm256_add_epi16(sum, _mm256_add_epi16(lowPair, highPair));
+    }
+    _mm256_store_si256(reinterpret_cast<__m256i*>(first), sum);
+    for (; x < width; ++x) {
+        for (int c = 0; c < 4; ++c) {
+            out[4 * x + c] = first[c];
+            first[c] =
+                quint16(first[c] + padded[4 * (x + window + 1) + c] - padded[4 * (x + 1) + c]);
+        }
+    }
+}
+#endif
+
+// Window sums of one row into 16-bit sums. On processors with AVX2 the row is first copied
+// with its edge pixels repeated on either side, so that no index needs clamping; padded has
+// room for width + 2 x radius + 2 pixels.
+void rowSums16(const uchar* row, quint16* out, int width, int radius, quint32* padded) {
+#ifdef TOLVANE_AVX2_ROWS
+    if (hasAvx2()) {
+        const int pad = radius + 1;
+        quint32 left = 0;
+        quint32 right = 0;
+        std::memcpy(&left, row, 4);
+        std::memcpy(&right, row + 4 * size_t(width - 1), 4);
+        std::fill(padded, padded + pad, left);
+        std::memcpy(padded + pad, row, 4 * size_t(width));
+        std::fill(padded + pad + width, padded + 2 * pad + width, right);
+        paddedRowSums16Avx2(reinterpret_cast<const uchar*>(padded), out, width, radius);
+        return;
+    }
+#else
+    Q_UNUSED(padded);
+#endif
+    rowSums(row, out, width, radius);
+}
+
+// The column sums of a row, each divided by the kernel's area, as bytes. Plain pointers
+// and a count of their own let the compiler vectorise the loop.
+TOLVANE_INLINE void divideRow(const quint32* __restrict sums, uchar* __restrict out, size_t count,
+                              Divider divide) {
+    for (size_t i = 0; i < count; ++i)
+        out[i] = uchar(divide(sums[i]));
+}
+
+// Moves the column sums one row down: the row sums of the incoming row added, those of the
+// outgoing one taken away.
+template <typename Sum>
+TOLVANE_INLINE void slideColumns(quint32* __restrict sums, const Sum* __restrict incoming,
+                                 const Sum* __restrict outgoing, size_t count) {
+    for (size_t i = 0; i < count; ++i)
+        sums[i] += quint32(incoming[i]) - outgoing[i];
+}
+
+// One row through the matrix. The divisor is a template parameter so that the usual 256
+// becomes a shift the compiler can vectorise.
+template <int FixedDivisor>
+TOLVANE_INLINE void matrixRow(const uchar* in, uchar* out, int width,
+                              const std::array<int, 16>& matrix, int divisor) {
+    // A copy of its own: byte stores may alias anything, and reloading the entries after each
+    // one would keep the loop scalar.
+    const std::array<int, 16> m = matrix;
+    const auto divide = [divisor](int sum) {
+        if constexpr (FixedDivisor == 256)
+            return sum >> 8;
+        else
+            return sum / divisor;
+    };
+    for (int x = 0; x < width; ++x) {
+        const int p0 = in[4 * x], p1 = in[4 * x + 1], p2 = in[4 * x + 2], p3 = in[4 * x + 3];
+        // Negative sums end at 0 whichever way the division rounds.
+        const int alpha =
+            std::clamp(divide(p0 * m[3] + p1 * m[7] + p2 * m[11] + p3 * m[15]), 0, 255);
+        // Colour never exceeds coverage in a premultiplied pixel.
+        out[4 * x] =
+            uchar(std::clamp(divide(p0 * m[0] + p1 * m[4] + p2 * m[8] + p3 * m[12]), 0, alpha));
+        out[4 * x + 1] =
+            uchar(std::clamp(divide(p0 * m[1] + p1 * m[5] + p2 * m[9] + p3 * m[13]), 0, alpha));
+        out[4 * x + 2] =
+            uchar(std::clamp(divide(p0 * m[2] + p1 * m[6] + p2 * m[10] + p3 * m[14]), 0, alpha));
+        out[4 * x + 3] = uchar(alpha);
+    }
+}
+
+#ifdef TOLVANE_AVX2_ROWS
+// Two rows of the matrix as 16-bit pairs, (first row, second row) for each output channel, in
+// both lanes.
+__attribute__((target("avx2"))) inline __m256i matrixPairs(const std::array<int, 16>& m, int first,
+                                                           int second) {
+    const auto e = [&m](int index) { return qint16(m[size_t(index)]); };
+    return _mm256_setr_epi16(e(first), e(second), e(first + 1), e(second + 1), e(first + 2),
+                             e(second + 2), e(first + 3), e(second + 3), e(first), e(second),
+                             e(first + 1), e(second + 1), e(first + 2), e(second + 2), e(first + 3),
+                             e(second + 3));
+}
+
+// Byte picks out of four pixels: channels (c, c + 1) of pixel j in lane 0 and of pixel j + 1
+// in lane 1, each as a 16-bit pair repeated four times; -1 gives a zero byte.
+__attribute__((target("avx2"))) inline __m256i channelPairs(int j, int c) {
+    const char a = char(4 * j + c), b = char(4 * j + c + 1);
+    const char p = char(4 * (j + 1) + c), q = char(4 * (j + 1) + c + 1);
+    return _mm256_setr_epi8(a, -1, b, -1, a, -1, b, -1, a, -1, b, -1, a, -1, b, -1, p, -1, q, -1, p,
+                            -1, q, -1, p, -1, q, -1, p, -1, q, -1);
+}
+
+// One pixel a lane through the matrix, clamped: alpha to 0..255, colour to 0..alpha.
+__attribute__((target("avx2"))) inline __m256i
+twoPixelsThroughMatrix(__m256i four, __m256i blueGreenPick, __m256i redAlphaPick,
+                       __m256i blueGreenRows, __m256i redAlphaRows) {
+    const __m256i sums =
+        _mm256_add_epi32(_mm256_madd_epi16(_mm256_shuffle_epi8(four, blueGreenPick), blueGreenRows),
+                         _mm256_madd_epi16(_mm256_shuffle_epi8(four, redAlphaPick), redAlphaRows));
+    const __m256i value = _mm256_max_epi32(_mm256_srai_epi32(sums, 8), _mm256_setzero_si256());
+    const __m256i alpha = _mm256_min_epi32(_mm256_shuffle_epi32(value, _MM_SHUFFLE(3, 3, 3, 3)),
+                                           _mm256_set1_epi32(255));
+    return _mm256_min_epi32(value, alpha);
+}
+
+// The same with divisor 256, eight pixels per step, written out because the compiler's own
+// vectorisation of the loop above spends most of its time taking channels apart. Each 128-bit
+// lane works on one pixel: its channels are spread as 16-bit pairs (blue, green) and (red,
+// alpha), and two multiply-adds against the matching rows of the matrix give all four sums at
+// once. The entries came as 16-bit values, so they fit the multiply-add.
+__attribute__((target("avx2"))) void matrixRow256Avx2(const uchar* in, uchar* out, int width,
+                                                      const std::array<int, 16>& m) {
+    const __m256i blueGreenRows = matrixPairs(m, 0, 4);
+    const __m256i redAlphaRows = matrixPairs(m, 8, 12);
+    const __m256i blueGreen01 = channelPairs(0, 0), redAlpha01 = channelPairs(0, 2);
+    const __m256i blueGreen23 = channelPairs(2, 0), redAlpha23 = channelPairs(2, 2);
+    // Packing leaves pixels 0, 2, 4, 6 in lane 0 and 1, 3, 5, 7 in lane 1.
+    const __m256i order = _mm256_setr_epi32(0, 4, 1, 5, 2, 6, 3, 7);
+    int x = 0;
+    for (; x + 8 <= width; x += 8) {
+        __m256i words[2];
+        for (int half = 0; half < 2; ++half) {
+            const __m256i four = _mm256_broadcastsi128_si256(_mm_loadu_si128(
+                reinterpret_cast<const __m128i*>(in + 4 * size_t(x) + 16 * size_t(half))));
+            words[half] = _mm256_packus_epi32(
+                twoPixelsThroughMatrix(four, blueGreen01, redAlpha01, blueGreenRows, redAlphaRows),
+                twoPixelsThroughMatrix(four, blueGreen23, redAlpha23, blueGreenRows, redAlphaRows));
+        }
+        const __m256i bytes = _mm256_packus_epi16(words[0], words[1]);
+        _mm256_storeu_si256(reinterpret_cast<__m256i*>(out + 4 * size_t(x)),
+                            _mm256_permutevar8x32_epi32(bytes, order));
+    }
+    matrixRow<256>(in + 4 * size_t(x), out + 4 * size_t(x), width - x, m, 256);
+}
+#endif
+
+// One row through the matrix with the usual divisor.
+void matrixRow256(const uchar* in, uchar* out, int width, const std::array<int, 16>& m) {
+#ifdef TOLVANE_AVX2_ROWS
+    if (hasAvx2()) {
+        matrixRow256Avx2(in, out, width, m);
+        return;
+    }
+#endif
+    matrixRow<256>(in, out, width, m, 256);
+}
+
 // One band of rows of a d x d box average, edge pixels repeated, each channel rounded once.
 // The row sums of the d + 1 rows around the current one live in a ring, so that the source
 // is read and the destination written once, and the working memory stays small.
+// With a matrix, each finished row goes through it on its way out (divisor 256) while it is
+// still in the cache, which saves a pass over the whole image.
 template <typename Sum>
 TOLVANE_INLINE void boxBand(const QImage& source, QImage& destination, int kernelSize, int rowBegin,
-                            int rowEnd, void* ringMemory) {
+                            int rowEnd, void* ringMemory, const std::array<int, 16>* matrix) {
     const int width = source.width();
     const int lastRow = source.height() - 1;
     const int radius = kernelSize / 2;
@@ -172,9 +397,14 @@ TOLVANE_INLINE void boxBand(const QImage& source, QImage& destination, int kerne
     const auto slot = [&](int y) {
         return ring + size_t(((y - rowBegin + radius) % ringRows + ringRows) % ringRows) * stride;
     };
+    std::vector<quint32> padded(size_t(width) + 2 * size_t(radius) + 2);
     const auto computeRow = [&](int y) {
         Sum* target = slot(y);
-        rowSums(source.constScanLine(std::clamp(y, 0, lastRow)), target, width, radius);
+        const uchar* row = source.constScanLine(std::clamp(y, 0, lastRow));
+        if constexpr (std::is_same_v<Sum, quint16>)
+            rowSums16(row, target, width, radius, padded.data());
+        else
+            rowSums(row, target, width, radius);
         return target;
     };
     for (int k = -radius; k <= radius; ++k) {
@@ -182,29 +412,31 @@ TOLVANE_INLINE void boxBand(const QImage& source, QImage& destination, int kerne
         for (size_t i = 0; i < stride; ++i)
             acc[i] += sums[i];
     }
+    std::vector<uchar> blurred(matrix ? stride : 0);
     quint32* a = acc.data();
     for (int y = rowBegin; y < rowEnd; ++y) {
-        uchar* out = destination.scanLine(y);
-        for (size_t i = 0; i < stride; ++i)
-            out[i] = uchar(divide(a[i]));
+        if (matrix) {
+            divideRow(a, blurred.data(), stride, divide);
+            matrixRow256(blurred.data(), destination.scanLine(y), width, *matrix);
+        } else {
+            divideRow(a, destination.scanLine(y), stride, divide);
+        }
         if (y + 1 == rowEnd)
             break;
         const Sum* incoming = computeRow(y + radius + 1);
-        const Sum* outgoing = slot(y - radius);
-        for (size_t i = 0; i < stride; ++i)
-            a[i] += quint32(incoming[i]) - outgoing[i];
+        slideColumns(a, incoming, slot(y - radius), stride);
     }
 }
 
 // The pixel loops, built twice: for processors with AVX2 and for any other, the one to run
 // chosen when the program loads.
 TOLVANE_CLONES void boxBand16(const QImage& source, QImage& destination, int kernelSize, int begin,
-                              int end, void* ring) {
-    boxBand<quint16>(source, destination, kernelSize, begin, end, ring);
+                              int end, void* ring, const std::array<int, 16>* matrix) {
+    boxBand<quint16>(source, destination, kernelSize, begin, end, ring, matrix);
 }
 TOLVANE_CLONES void boxBand32(const QImage& source, QImage& destination, int kernelSize, int begin,
-                              int end, void* ring) {
-    boxBand<quint32>(source, destination, kernelSize, begin, end, ring);
+                              int end, void* ring, const std::array<int, 16>* matrix) {
+    boxBand<quint32>(source, destination, kernelSize, begin, end, ring, matrix);
 }
 
 // The rings of row sums for the two bands of an image, made once for all passes of a blur.
@@ -228,14 +460,15 @@ private:
     std::unique_ptr<std::byte[]> m_second;
 };
 
+// A box pass; with a matrix, the saturation change is applied to its result too.
 void boxConvolveInto(const QImage& source, QImage& destination, int kernelSize,
-                     const BoxRings& rings) {
+                     const BoxRings& rings, const std::array<int, 16>* matrix = nullptr) {
     parallelRows(source.height(), [&](int begin, int end) {
         void* ring = rings.ring(begin == 0);
         if (rings.wide())
-            boxBand32(source, destination, kernelSize, begin, end, ring);
+            boxBand32(source, destination, kernelSize, begin, end, ring, matrix);
         else
-            boxBand16(source, destination, kernelSize, begin, end, ring);
+            boxBand16(source, destination, kernelSize, begin, end, ring, matrix);
     });
 }
 
@@ -333,37 +566,10 @@ void ImageEffects::boxConvolve(const QImage& source, QImage& destination, int ke
 
 namespace {
 
-// One row through the matrix. The divisor is a template parameter so that the usual 256
-// becomes a shift the compiler can vectorise.
-template <int FixedDivisor>
-TOLVANE_INLINE void matrixRow(const uchar* in, uchar* out, int width, const std::array<int, 16>& m,
-                              int divisor) {
-    const auto divide = [divisor](int sum) {
-        if constexpr (FixedDivisor == 256)
-            return sum >> 8;
-        else
-            return sum / divisor;
-    };
-    for (int x = 0; x < width; ++x) {
-        const int p0 = in[4 * x], p1 = in[4 * x + 1], p2 = in[4 * x + 2], p3 = in[4 * x + 3];
-        // Negative sums end at 0 whichever way the division rounds.
-        const int alpha =
-            std::clamp(divide(p0 * m[3] + p1 * m[7] + p2 * m[11] + p3 * m[15]), 0, 255);
-        // Colour never exceeds coverage in a premultiplied pixel.
-        out[4 * x] =
-            uchar(std::clamp(divide(p0 * m[0] + p1 * m[4] + p2 * m[8] + p3 * m[12]), 0, alpha));
-        out[4 * x + 1] =
-            uchar(std::clamp(divide(p0 * m[1] + p1 * m[5] + p2 * m[9] + p3 * m[13]), 0, alpha));
-        out[4 * x + 2] =
-            uchar(std::clamp(divide(p0 * m[2] + p1 * m[6] + p2 * m[10] + p3 * m[14]), 0, alpha));
-        out[4 * x + 3] = uchar(alpha);
-    }
-}
-
-TOLVANE_CLONES void matrixRows256(const QImage& source, QImage& destination,
-                                  const std::array<int, 16>& m, int begin, int end) {
+void matrixRows256(const QImage& source, QImage& destination, const std::array<int, 16>& m,
+                   int begin, int end) {
     for (int y = begin; y < end; ++y)
-        matrixRow<256>(source.constScanLine(y), destination.scanLine(y), source.width(), m, 256);
+        matrixRow256(source.constScanLine(y), destination.scanLine(y), source.width(), m);
 }
 
 void matrixRowsAny(const QImage& source, QImage& destination, const std::array<int, 16>& m,
@@ -438,14 +644,16 @@ QImage ImageEffects::applyBlurWithRadius(const QImage& image, qreal blurRadius,
             return {};
         const int kernel = boxKernelSize(blurRadius, scale);
         const BoxRings rings(source.size(), kernel);
+        std::array<int, 16> matrix{};
+        const auto fixed = saturationMatrix(saturationDeltaFactor);
+        std::copy(fixed.begin(), fixed.end(), matrix.begin());
         boxConvolveInto(source, first, kernel, rings);
         boxConvolveInto(first, second, kernel, rings);
-        boxConvolveInto(second, first, kernel, rings);
-        if (hasSaturationChange)
-            matrixMultiply(first, second, saturationMatrix(saturationDeltaFactor), matrixDivisor);
-        effect = hasSaturationChange ? second : first;
+        // The saturation change rides on the last pass (its divisor is 256).
+        boxConvolveInto(second, first, kernel, rings, hasSaturationChange ? &matrix : nullptr);
+        effect = first;
         // The other one is free again and takes the result.
-        result = hasSaturationChange ? first : second;
+        result = second;
     } else {
         result = workingImage();
         if (result.isNull())
