@@ -270,6 +270,75 @@ TOLVANE_INLINE void slideColumns(quint32* __restrict sums, const Sum* __restrict
         sums[i] += quint32(incoming[i]) - outgoing[i];
 }
 
+#ifdef TOLVANE_AVX2_ROWS
+// Eight column sums divided as Divider does: the 32 x 32 -> 64-bit multiply covers every
+// other lane, so odd and even lanes go separately and meet again as 32-bit quotients.
+__attribute__((target("avx2"))) inline __m256i divideEight(__m256i sums, __m256i half,
+                                                           __m256i multiplier, __m128i shift) {
+    const __m256i rounded = _mm256_add_epi32(sums, half);
+    const __m256i even = _mm256_srl_epi64(_mm256_mul_epu32(rounded, multiplier), shift);
+    const __m256i odd =
+        _mm256_srl_epi64(_mm256_mul_epu32(_mm256_srli_epi64(rounded, 32), multiplier), shift);
+    return _mm256_or_si256(even, _mm256_slli_epi64(odd, 32));
+}
+
+// Eight 16-bit row sums as 32-bit lanes.
+__attribute__((target("avx2"))) inline __m256i widened(const quint16* sums) {
+    return _mm256_cvtepu16_epi32(_mm_loadu_si128(reinterpret_cast<const __m128i*>(sums)));
+}
+
+// divideRow and then, with an incoming row, slideColumns in one go over the column sums,
+// 32 at a time; the compiler's own version of the division shuffles a lot. Returns how many
+// it did.
+template <bool Slide>
+__attribute__((target("avx2"))) size_t divideAndSlideAvx2(quint32* sums, const quint16* incoming,
+                                                          const quint16* outgoing, uchar* out,
+                                                          size_t count, const Divider& divide) {
+    const __m256i half = _mm256_set1_epi32(int(divide.half));
+    const __m256i multiplier = _mm256_set1_epi64x(qint64(divide.multiplier));
+    const __m128i shift = _mm_cvtsi32_si128(divide.shift);
+    // Packing leaves quotients in the order 0-3, 8-11, 16-19, 24-27 | 4-7, 12-15, ...
+    const __m256i order = _mm256_setr_epi32(0, 4, 1, 5, 2, 6, 3, 7);
+    size_t i = 0;
+    for (; i + 32 <= count; i += 32) {
+        __m256i quotients[4];
+        for (size_t k = 0; k < 4; ++k) {
+            __m256i* at = reinterpret_cast<__m256i*>(sums + i + 8 * k);
+            const __m256i current = _mm256_loadu_si256(at);
+            quotients[k] = divideEight(current, half, multiplier, shift);
+            if constexpr (Slide) {
+                _mm256_storeu_si256(
+                    at, _mm256_add_epi32(current, _mm256_sub_epi32(widened(incoming + i + 8 * k),
+                                                                   widened(outgoing + i + 8 * k))));
+            }
+        }
+        const __m256i bytes = _mm256_packus_epi16(_mm256_packus_epi32(quotients[0], quotients[1]),
+                                                  _mm256_packus_epi32(quotients[2], quotients[3]));
+        _mm256_storeu_si256(reinterpret_cast<__m256i*>(out + i),
+                            _mm256_permutevar8x32_epi32(bytes, order));
+    }
+    return i;
+}
+#endif
+
+// The output row of the column sums and, unless incoming is null, the sums moved one row
+// down.
+template <typename Sum>
+void divideAndSlide(quint32* sums, const Sum* incoming, const Sum* outgoing, uchar* out,
+                    size_t count, const Divider& divide) {
+    size_t done = 0;
+#ifdef TOLVANE_AVX2_ROWS
+    if constexpr (std::is_same_v<Sum, quint16>) {
+        if (hasAvx2())
+            done = incoming ? divideAndSlideAvx2<true>(sums, incoming, outgoing, out, count, divide)
+                            : divideAndSlideAvx2<false>(sums, nullptr, nullptr, out, count, divide);
+    }
+#endif
+    divideRow(sums + done, out + done, count - done, divide);
+    if (incoming)
+        slideColumns(sums + done, incoming + done, outgoing + done, count - done);
+}
+
 // One row through the matrix. The divisor is a template parameter so that the usual 256
 // becomes a shift the compiler can vectorise.
 template <int FixedDivisor>
@@ -519,8 +588,11 @@ TOLVANE_INLINE void boxBand(const QImage& source, QImage& destination, int kerne
     std::vector<uchar> saturated(finish && finish->matrix ? stride : 0);
     quint32* a = acc.data();
     for (int y = rowBegin; y < rowEnd; ++y) {
+        const Sum* incoming = y + 1 < rowEnd ? computeRow(y + radius + 1) : nullptr;
+        const Sum* outgoing = incoming ? slot(y - radius) : nullptr;
+        divideAndSlide(a, incoming, outgoing, finish ? blurred.data() : destination.scanLine(y),
+                       stride, divide);
         if (finish) {
-            divideRow(a, blurred.data(), stride, divide);
             const uchar* effect = blurred.data();
             if (finish->matrix) {
                 matrixRow256(effect, saturated.data(), width, *finish->matrix);
@@ -529,13 +601,7 @@ TOLVANE_INLINE void boxBand(const QImage& source, QImage& destination, int kerne
             compositeRow(finish->source->constScanLine(y), effect,
                          finish->mask ? finish->mask->constScanLine(y) : nullptr, finish->tint,
                          destination.scanLine(y), width);
-        } else {
-            divideRow(a, destination.scanLine(y), stride, divide);
         }
-        if (y + 1 == rowEnd)
-            break;
-        const Sum* incoming = computeRow(y + radius + 1);
-        slideColumns(a, incoming, slot(y - radius), stride);
     }
 }
 
