@@ -67,6 +67,8 @@ private Q_SLOTS:
     void boxMatchesReference();
     void constantStaysConstant();
     void matrixMatchesReference();
+    void effectIsBlurThenMatrixThenTint_data();
+    void effectIsBlurThenMatrixThenTint();
     void invalidInput_data();
     void invalidInput();
     void tintOnlyWithoutBlur();
@@ -167,6 +169,54 @@ void TestEffects::matrixMatchesReference() {
                 QCOMPARE(qRed(q), expected[2]);
                 QCOMPARE(qAlpha(q), expected[3]);
             }
+        }
+    }
+}
+
+void TestEffects::effectIsBlurThenMatrixThenTint_data() {
+    QTest::addColumn<bool>("opaque");
+    QTest::addColumn<qreal>("saturation");
+    QTest::addColumn<QColor>("tint");
+    QTest::newRow("light") << true << 1.8 << QColor::fromRgbF(1, 1, 1, 0.3f);
+    QTest::newRow("translucent, dark")
+        << false << 1.8 << QColor::fromRgbF(0.11f, 0.11f, 0.11f, 0.73f);
+    QTest::newRow("translucent, no saturation change") << false << 1.0 << QColor(Qt::transparent);
+}
+
+void TestEffects::effectIsBlurThenMatrixThenTint() {
+    QFETCH(bool, opaque);
+    QFETCH(qreal, saturation);
+    QFETCH(QColor, tint);
+    ScopedDevice device(Idiom::Phone, QSizeF(375, 667), 1);
+    const QImage source = randomImage(QSize(37, 23), 5, opaque);
+    const QImage result = ImageEffects::applyBlurWithRadius(source, 4, tint, saturation);
+
+    // The same steps one after another: three box passes, the matrix, the effect drawn over
+    // the source and the tint filled over both.
+    const int kernel = ImageEffects::boxKernelSize(4, 1);
+    QImage a = source.copy();
+    QImage b(source.size(), QImage::Format_ARGB32_Premultiplied);
+    ImageEffects::boxConvolve(a, b, kernel);
+    ImageEffects::boxConvolve(b, a, kernel);
+    ImageEffects::boxConvolve(a, b, kernel);
+    if (saturation != 1.0)
+        ImageEffects::matrixMultiply(b, b, ImageEffects::saturationMatrix(saturation), 256);
+    const QRgb t = qPremultiply(tint.rgba());
+    const auto over = [](int top, int topAlpha, int below) {
+        return top + (below * (255 - topAlpha) + 127) / 255;
+    };
+    for (int y = 0; y < source.height(); ++y) {
+        for (int x = 0; x < source.width(); ++x) {
+            const QRgb e = b.pixel(x, y);
+            const QRgb s = source.pixel(x, y);
+            const QRgb q = result.pixel(x, y);
+            const auto expected = [&](int tintChannel, int effect, int under) {
+                return over(tintChannel, qAlpha(t), over(effect, qAlpha(e), under));
+            };
+            QCOMPARE(qBlue(q), expected(qBlue(t), qBlue(e), qBlue(s)));
+            QCOMPARE(qGreen(q), expected(qGreen(t), qGreen(e), qGreen(s)));
+            QCOMPARE(qRed(q), expected(qRed(t), qRed(e), qRed(s)));
+            QCOMPARE(qAlpha(q), expected(qAlpha(t), qAlpha(e), qAlpha(s)));
         }
     }
 }
