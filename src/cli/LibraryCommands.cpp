@@ -78,8 +78,10 @@ int import(const QCommandLineParser& parser, Format format) {
     if (parser.isSet(kindOption)) {
         QString problem;
         const std::optional<QVariantMap> made = recordForFile(parser, arguments.first(), &problem);
-        if (!made)
-            return fail(problem);
+        if (!made) {
+            std::fprintf(stderr, "tolvane-cli: import failed: %s\n", qPrintable(problem));
+            return Rejected;
+        }
         record = *made;
     } else {
         if (parser.isSet(setOption) || parser.isSet(artworkOption))

@@ -3,6 +3,7 @@
 #include "platform/Paths.h"
 #include "platform/PropertyList.h"
 
+#include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QProcess>
@@ -47,6 +48,7 @@ private Q_SLOTS:
     void help();
     void mediaCommands_data();
     void mediaCommands();
+    void importAndList();
     void searchCommands_data();
     void searchCommands();
 
@@ -362,6 +364,55 @@ void TestCli::mediaCommands() {
         return;
     }
     QCOMPARE(json(result.out).value(key).toVariant(), value);
+}
+
+void TestCli::importAndList() {
+    const QString media = s(TOLVANE_MEDIA_FIXTURES);
+    const QString root = m_device.filePath(s("library-device"));
+    const QString art = m_device.filePath(s("art.png"));
+    QVERIFY(writePng(art, QSize(900, 900), Qt::darkBlue));
+    const QString recordFile = m_device.filePath(s("import.plist"));
+    QVERIFY(
+        writePlist(recordFile, QVariantMap{{s("mediaKind"), s("tv-episode")},
+                                           {s("path"), media + s("/video.m4v")},
+                                           {s("metadata"), QVariantMap{{s("seriesName"), s("Bay")},
+                                                                       {s("title"), s("Pilot")},
+                                                                       {s("year"), 2011}}}}));
+
+    const Run fromFile = run({s("import"), s("--root"), root, media + s("/id3v24.mp3"), s("--kind"),
+                              s("song"), s("--set"), s("title=Tide / Ebb"), s("--set"),
+                              s("trackNumber=2"), s("--artwork"), art});
+    QCOMPARE(fromFile.exitCode, 0);
+    const QString songPath = json(fromFile.out).value(s("path")).toString();
+    QVERIFY2(songPath.endsWith(s("/Music/The Pilots/Tide Tables/02 Tide - Ebb.mp3")),
+             qPrintable(songPath));
+    QVERIFY(QFileInfo(songPath).isFile());
+
+    const Run fromRecord = run({s("import"), s("--root"), root, recordFile});
+    QCOMPARE(fromRecord.exitCode, 0);
+    QVERIFY(json(fromRecord.out)
+                .value(s("path"))
+                .toString()
+                .endsWith(s("/TV Shows/Bay/Season 01/Bay - S01E01 - Pilot.m4v")));
+
+    for (const QStringList& failing :
+         {QStringList{s("import"), s("--root"), root, media + s("/gone.mp3"), s("--kind"),
+                      s("song")},
+          QStringList{s("import"), s("--root"), root, media, s("--kind"), s("song")}}) {
+        const Run failed = run(failing);
+        QCOMPARE(failed.exitCode, 1);
+        QCOMPARE(failed.err.count('\n'), 1);
+        QVERIFY(failed.err.startsWith("tolvane-cli: import failed: "));
+    }
+
+    const Run listed = run({s("library"), s("--root"), root, s("list")});
+    QCOMPARE(listed.exitCode, 0);
+    const QJsonArray items = QJsonDocument::fromJson(listed.out).array();
+    QCOMPARE(items.size(), 2);
+    QCOMPARE(items.at(0)[s("kind")].toString(), s("song"));
+    QCOMPARE(items.at(0)[s("track_number")].toInt(), 2);
+    QCOMPARE(items.at(0)[s("artwork_width")].toInt(), 500);
+    QCOMPARE(items.at(1)[s("year")].toString(), s("2011"));
 }
 
 void TestCli::searchCommands_data() {

@@ -350,7 +350,7 @@ void TestLibrary::recoveryAfterDeath() {
     if (child == 0) {
         QString problem;
         auto catalogue = LibraryCatalogue::open(library.catalogueFile(), &problem);
-        const qint64 id = catalogue ? catalogue->beginItem(temp, &problem) : -1;
+        const qint64 id = catalogue ? catalogue->beginItem(temp, {}, &problem) : -1;
         test::writeFile(temp, "partial");
         if (renamed && catalogue->setCandidate(id, name, &problem)) {
             QDir().mkpath(dir.filePath(s("Ringtones")));

@@ -4,9 +4,14 @@
 
 namespace tolvane {
 
-// Copies the whole of one open file into another, sharing blocks (a reflink) where the file
-// system allows, else copying inside the kernel, else through a buffer. Both descriptors stay
-// open. Returns an empty text on success, else the cause.
+// Copies bytes between open files, sharing blocks (a reflink) where the file system allows a
+// whole file to be shared, else copying inside the kernel, else through a buffer. The written
+// part is handed to the disk as it goes, so that flushing the copy afterwards waits only for
+// the last of it. Both descriptors stay open. Each returns an empty text on success, else the
+// cause.
 QString copyFileContents(int sourceFd, int destinationFd);
+// `length` bytes from `sourceOffset` to `destinationOffset`; -1 copies to the end of the source.
+QString copyFileRange(int sourceFd, qint64 sourceOffset, int destinationFd,
+                      qint64 destinationOffset, qint64 length);
 
 } // namespace tolvane

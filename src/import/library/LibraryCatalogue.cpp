@@ -164,7 +164,9 @@ bool LibraryCatalogue::migrate(QString* problem) {
     return true;
 }
 
-qint64 LibraryCatalogue::beginItem(const QString& tempPath, QString* problem) {
+qint64 LibraryCatalogue::beginItem(const QString& tempPath, const Item& item, QString* problem) {
+    if (!execute("BEGIN IMMEDIATE", problem))
+        return -1;
     Statement insert(m_db, "INSERT INTO items (state, owner_pid, owner_start, temp_path)"
                            " VALUES ('pending', ?, ?, ?)");
     insert.bind(1, qint64(getpid()));
@@ -173,9 +175,15 @@ qint64 LibraryCatalogue::beginItem(const QString& tempPath, QString* problem) {
     if (!insert.valid() || insert.step() != SQLITE_DONE) {
         if (problem)
             *problem = errorOf(m_db, "cannot record the import");
+        execute("ROLLBACK", nullptr);
         return -1;
     }
-    return sqlite3_last_insert_rowid(m_db);
+    const qint64 id = sqlite3_last_insert_rowid(m_db);
+    if (!describeItem(id, item, problem) || !execute("COMMIT", problem)) {
+        execute("ROLLBACK", nullptr);
+        return -1;
+    }
+    return id;
 }
 
 bool LibraryCatalogue::setCandidate(qint64 id, const QString& relativePath, QString* problem) {

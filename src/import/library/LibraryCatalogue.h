@@ -45,12 +45,11 @@ public:
     LibraryCatalogue(const LibraryCatalogue&) = delete;
     LibraryCatalogue& operator=(const LibraryCatalogue&) = delete;
 
-    // A pending row owned by this process for a copy at tempPath; -1 on failure.
-    qint64 beginItem(const QString& tempPath, QString* problem);
+    // A pending row owned by this process for a copy at tempPath, holding what the item will
+    // hold; -1 on failure.
+    qint64 beginItem(const QString& tempPath, const Item& item, QString* problem);
     // Records the name about to be taken, before the rename that takes it.
     bool setCandidate(qint64 id, const QString& relativePath, QString* problem);
-    // Records what the item holds while it is still pending.
-    bool describeItem(qint64 id, const Item& item, QString* problem);
     // Marks a pending row whose file is in place under its candidate name as done.
     bool finishItem(qint64 id, QString* problem);
     bool removeItem(qint64 id);
@@ -69,6 +68,7 @@ private:
         : m_db(db) {}
     bool execute(const char* sql, QString* problem);
     bool migrate(QString* problem);
+    bool describeItem(qint64 id, const Item& item, QString* problem);
 
     sqlite3* m_db;
 };

@@ -3,6 +3,7 @@
 #include "import/library/FileCopy.h"
 #include "import/library/LibraryCatalogue.h"
 #include "import/library/LibraryFiling.h"
+#include "import/library/Mp4Layout.h"
 #include "import/library/TagWriter.h"
 #include "platform/Paths.h"
 #include "platform/PropertyList.h"
@@ -182,7 +183,18 @@ ImportOutcome MediaLibrary::importFile(const QVariantMap& record) {
     const QString temp = folder + QStringLiteral("/.tolvane-import-") +
                          QUuid::createUuid().toString(QUuid::WithoutBraces) +
                          QStringLiteral(".part");
-    const qint64 id = catalogue->beginItem(temp, &problem);
+    // What the item holds is recorded with its pending row, so that an item found complete
+    // after a crash has its row in full.
+    const QVariantMap metadata = record.value(QStringLiteral("metadata")).toMap();
+    LibraryCatalogue::Item item;
+    item.kind = record.value(QStringLiteral("mediaKind")).toString();
+    item.metadata = metadata;
+    item.metadata.remove(QStringLiteral("imageData"));
+    // No path yet: a pending row's path names only a rename that was tried.
+    item.sourcePath = source;
+    item.durationMs = durationOf(source, metadata);
+    describeArtwork(metadata.value(QStringLiteral("imageData")).toByteArray(), item);
+    const qint64 id = catalogue->beginItem(temp, item, &problem);
     if (id < 0) {
         removeEmptyFolders(madeFolders);
         return ImportOutcome::failure(problem);
@@ -194,19 +206,36 @@ ImportOutcome MediaLibrary::importFile(const QVariantMap& record) {
         return ImportOutcome::failure(cause);
     };
 
+    // A file whose tags sit before its media data is tagged by its head alone, so that the
+    // tag library never moves the media data; everything else is copied whole, then tagged.
+    const std::optional<qint64> mediaData = mediaDataAfterMovie(input.get());
     {
         const FileDescriptor output(::open(QFile::encodeName(temp).constData(),
                                            O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0644));
         if (output.get() < 0)
             return abandon(QStringLiteral("cannot write to the library folder %1: %2")
                                .arg(folder, systemError()));
-        const QString copyProblem = copyFileContents(input.get(), output.get());
+        const QString copyProblem = mediaData
+                                        ? copyFileRange(input.get(), 0, output.get(), 0, *mediaData)
+                                        : copyFileContents(input.get(), output.get());
         if (!copyProblem.isEmpty())
             return abandon(QStringLiteral("%1 (%2)").arg(copyProblem, folder));
     }
 
     if (TagWriter::write(temp, record, &problem) == TagWriter::Result::Failed)
         return abandon(problem);
+
+    if (mediaData) {
+        const FileDescriptor output(
+            ::open(QFile::encodeName(temp).constData(), O_WRONLY | O_CLOEXEC));
+        struct stat head {};
+        if (output.get() < 0 || ::fstat(output.get(), &head) != 0)
+            return abandon(QStringLiteral("cannot write the copy: %1").arg(systemError()));
+        const QString copyProblem =
+            copyFileRange(input.get(), *mediaData, output.get(), head.st_size, -1);
+        if (!copyProblem.isEmpty())
+            return abandon(QStringLiteral("%1 (%2)").arg(copyProblem, folder));
+    }
 
     {
         // Flush the tagged copy before any name points at it.
@@ -215,20 +244,6 @@ ImportOutcome MediaLibrary::importFile(const QVariantMap& record) {
         if (written.get() < 0 || ::fsync(written.get()) != 0)
             return abandon(QStringLiteral("cannot flush the copy: %1").arg(systemError()));
     }
-
-    // What the item holds is recorded before it gets a name, so that an item found complete
-    // after a crash has its row in full.
-    const QVariantMap metadata = record.value(QStringLiteral("metadata")).toMap();
-    LibraryCatalogue::Item item;
-    item.kind = record.value(QStringLiteral("mediaKind")).toString();
-    item.metadata = metadata;
-    item.metadata.remove(QStringLiteral("imageData"));
-    item.path = relative;
-    item.sourcePath = source;
-    item.durationMs = durationOf(temp, metadata);
-    describeArtwork(metadata.value(QStringLiteral("imageData")).toByteArray(), item);
-    if (!catalogue->describeItem(id, item, &problem))
-        return abandon(problem);
 
     // Take the first free name; another process may take a name at the same moment, and a
     // rename that does not replace tells which of them got it.
