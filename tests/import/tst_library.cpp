@@ -12,7 +12,9 @@
 
 #include <QBuffer>
 #include <QCryptographicHash>
+#include <QDirIterator>
 #include <QImageReader>
+#include <QProcess>
 #include <QTemporaryDir>
 #include <QtConcurrent>
 #include <QtTest>
@@ -75,6 +77,7 @@ private Q_SLOTS:
     void sameNameAndConcurrentImports();
     void refusedImports_data();
     void refusedImports();
+    void fullAndReadOnlyLibrary();
     void recoveryAfterDeath_data();
     void recoveryAfterDeath();
 };
@@ -327,6 +330,40 @@ void TestLibrary::refusedImports() {
                                       .importFile(record(s("song"), fixture("id3v24.mp3"), {}));
     QVERIFY(!blocked.ok());
     QVERIFY2(blocked.message.contains(s("not a folder")), qPrintable(blocked.message));
+}
+
+void TestLibrary::fullAndReadOnlyLibrary() {
+    QTemporaryDir dir;
+    const QString mountPoint = dir.filePath(s("small"));
+    QDir().mkpath(mountPoint);
+    const auto mount = [&mountPoint](const QStringList& options) {
+        return QProcess::execute(s("mount"), QStringList{s("-t"), s("tmpfs"), s("-o")} + options +
+                                                 QStringList{s("tmpfs"), mountPoint}) == 0;
+    };
+    if (!mount({s("size=1m")}))
+        QSKIP("mounting a small file system needs privileges this run does not have");
+    const auto unmount =
+        qScopeGuard([&mountPoint] { QProcess::execute(s("umount"), {mountPoint}); });
+
+    const QString big = dir.filePath(s("big.mp3"));
+    test::writeFile(big, QByteArray(2 * 1024 * 1024, 'x'));
+    const QString library = mountPoint + s("/Library");
+    const ImportOutcome full = MediaLibrary(library).importFile(record(s("song"), big, {}));
+    QVERIFY(!full.ok());
+    QVERIFY2(full.message.contains(s("No space left")), qPrintable(full.message));
+    QString problem;
+    QCOMPARE(MediaLibrary(library).items(&problem).size(), 0);
+    QDirIterator leftovers(library, QDir::Files | QDir::Hidden, QDirIterator::Subdirectories);
+    QStringList names;
+    while (leftovers.hasNext())
+        names << leftovers.next();
+    QCOMPARE(names, QStringList{library + s("/Library.sqlite")});
+
+    QVERIFY(mount({s("remount,ro")}));
+    const ImportOutcome readOnly =
+        MediaLibrary(library).importFile(record(s("song"), fixture("id3v24.mp3"), {}));
+    QVERIFY(!readOnly.ok());
+    QVERIFY2(readOnly.message.contains(s("Read-only")), qPrintable(readOnly.message));
 }
 
 void TestLibrary::recoveryAfterDeath_data() {

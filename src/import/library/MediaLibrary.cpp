@@ -169,6 +169,9 @@ ImportOutcome MediaLibrary::importFile(const QVariantMap& record) {
     QString problem;
     if (makeFolders(m_folder, &problem).isEmpty() && !problem.isEmpty())
         return ImportOutcome::failure(problem);
+    if (::access(QFile::encodeName(m_folder).constData(), W_OK) != 0)
+        return ImportOutcome::failure(QStringLiteral("cannot write to the library folder %1: %2")
+                                          .arg(m_folder, systemError()));
     std::unique_ptr<LibraryCatalogue> catalogue = LibraryCatalogue::open(catalogueFile(), &problem);
     if (!catalogue)
         return ImportOutcome::failure(problem);
