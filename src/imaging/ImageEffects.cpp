@@ -185,16 +185,16 @@ __attribute__((target("avx2"))) inline __m256i fourPixels(const uchar* pixels, i
 // the 16-bit lanes may wrap in between and still end exact.
 __attribute__((target("avx2"))) void paddedRowSums16Avx2(const uchar* padded, quint16* out,
                                                          int width, int radius) {
-    // The first window: padded pixels 1 to 2r + 1, four slots summed apart, then folded.
+    // The first window: padded pixels 1 to 2r + 1, four pixel slots summed apart, then folded.
     const int window = 2 * radius + 1;
-    __m256i slots = _mm256_setzero_si256();
+    __m256i partial = _mm256_setzero_si256();
     int k = 0;
     for (; k + 4 <= window; k += 4)
-        slots = _mm256_add_epi16(slots, fourPixels(padded, 1 + k));
-    slots = _mm256_add_epi16(slots, _mm256_permute4x64_epi64(slots, _MM_SHUFFLE(1, 0, 3, 2)));
-    slots = _mm256_add_epi16(slots, _mm256_permute4x64_epi64(slots, _MM_SHUFFLE(2, 3, 0, 1)));
+        partial = _mm256_add_epi16(partial, fourPixels(padded, 1 + k));
+    partial = _mm256_add_epi16(partial, _mm256_permute4x64_epi64(partial, _MM_SHUFFLE(1, 0, 3, 2)));
+    partial = _mm256_add_epi16(partial, _mm256_permute4x64_epi64(partial, _MM_SHUFFLE(2, 3, 0, 1)));
     alignas(32) quint16 first[16];
-    _mm256_store_si256(reinterpret_cast<__m256i*>(first), slots);
+    _mm256_store_si256(reinterpret_cast<__m256i*>(first), partial);
     for (; k < window; ++k)
         for (int c = 0; c < 4; ++c)
             first[c] = quint16(first[c] + padded[4 * (1 + k) + c]);
