@@ -1,11 +1,13 @@
 #include "app/LaunchArguments.h"
 #include "app/SingleInstance.h"
 #include "app/ui/TolvaneApplication.h"
+#include "import/library/MediaLibrary.h"
 #include "platform/Paths.h"
 
 #include <QCommandLineParser>
 #include <QDir>
 #include <QElapsedTimer>
+#include <QThreadPool>
 #include <QTimer>
 
 #include <cstdio>
@@ -82,6 +84,11 @@ int main(int argc, char** argv) {
                          qPrintable(instance.serverName()));
         }
     }
+
+    // Whatever an import that was killed half-way left in the library is finished or removed
+    // now, away from the screen.
+    QThreadPool::globalInstance()->start(
+        [] { MediaLibrary(MediaLibrary::defaultFolder()).recover(); });
 
     app.setLaunchPauseEnabled(!parser.isSet(noLaunchDelay) && !parser.isSet(quitWhenShown));
     app.application(&app, QVariantMap());
