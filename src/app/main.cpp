@@ -1,3 +1,4 @@
+#include "app/DemoDevice.h"
 #include "app/LaunchArguments.h"
 #include "app/SingleInstance.h"
 #include "app/ui/TolvaneApplication.h"
@@ -7,6 +8,7 @@
 #include <QCommandLineParser>
 #include <QDir>
 #include <QElapsedTimer>
+#include <QTemporaryDir>
 #include <QThreadPool>
 #include <QTimer>
 
@@ -56,7 +58,12 @@ int main(int argc, char** argv) {
     const QCommandLineOption quitWhenShown(
         QStringLiteral("quit-when-shown"),
         QStringLiteral("Print the milliseconds from start to the window shown, then quit."));
+    const QCommandLineOption demoOption(
+        QStringLiteral("demo"),
+        QStringLiteral(
+            "Run on a fresh copy of the demo device, removed when the application quits."));
     parser.addOption(rootOption);
+    parser.addOption(demoOption);
     parser.addOption(noLaunchDelay);
     parser.addOption(quitWhenShown);
     parser.addPositionalArgument(QStringLiteral("url|file"),
@@ -64,7 +71,17 @@ int main(int argc, char** argv) {
                                  QStringLiteral("[url|file...]"));
     parser.process(app);
 
-    if (parser.isSet(rootOption))
+    QTemporaryDir demoFolder(QDir::tempPath() + QStringLiteral("/tolvane-demo-XXXXXX"));
+    if (parser.isSet(demoOption)) {
+        const QString device = demoFolder.filePath(QStringLiteral("device"));
+        const QString problem = DemoDevice::create(device, DemoDevice::systemDataFolder());
+        if (!demoFolder.isValid() || !problem.isEmpty()) {
+            std::fprintf(stderr, "tolvane: cannot make the demo device: %s\n", qPrintable(problem));
+            return 1;
+        }
+        std::printf("tolvane: demo device at %s\n", qPrintable(device));
+        Paths::setDeviceRoot(device);
+    } else if (parser.isSet(rootOption))
         Paths::setDeviceRoot(parser.value(rootOption));
     else
         Paths::configureFromEnvironment();

@@ -1,8 +1,10 @@
+#include "app/DemoDevice.h"
 #include "app/Preferences.h"
 #include "app/UrlHandoff.h"
 #include "browser/FileTypeTable.h"
 #include "cli/Command.h"
 
+#include <QFileInfo>
 #include <QVariantMap>
 
 namespace tolvane::cli {
@@ -71,6 +73,18 @@ int icon(const QCommandLineParser& parser, Format format) {
     return Success;
 }
 
+int demo(const QCommandLineParser& parser, Format format) {
+    const QStringList arguments = parser.positionalArguments();
+    if (arguments.size() != 1)
+        return fail(QStringLiteral("demo takes exactly one DIR"));
+    const QString device = QFileInfo(arguments.first()).absoluteFilePath();
+    const QString problem = DemoDevice::create(device, DemoDevice::systemDataFolder());
+    if (!problem.isEmpty())
+        return fail(problem);
+    print(QVariantMap{{QStringLiteral("device"), device}}, format);
+    return Success;
+}
+
 } // namespace
 
 QList<Command> foundationCommands() {
@@ -83,6 +97,8 @@ QList<Command> foundationCommands() {
         {QStringLiteral("icon"), QStringLiteral("icon [--root DIR] EXT"),
          QStringLiteral("The icon of a file extension by the scan rule and by the map rule."),
          nullptr, icon},
+        {QStringLiteral("demo"), QStringLiteral("demo DIR"),
+         QStringLiteral("Makes the demo device at DIR (missing or empty)."), nullptr, demo},
     };
 }
 

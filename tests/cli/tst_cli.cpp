@@ -49,6 +49,7 @@ private Q_SLOTS:
     void mediaCommands_data();
     void mediaCommands();
     void importAndList();
+    void demoDevice();
     void searchCommands_data();
     void searchCommands();
 
@@ -413,6 +414,27 @@ void TestCli::importAndList() {
     QCOMPARE(items.at(0)[s("track_number")].toInt(), 2);
     QCOMPARE(items.at(0)[s("artwork_width")].toInt(), 500);
     QCOMPARE(items.at(1)[s("year")].toString(), s("2011"));
+}
+
+void TestCli::demoDevice() {
+    const QString device = m_device.filePath(s("demo"));
+    QCOMPARE(run({s("demo"), device}).exitCode, 0);
+    QCOMPARE(run({s("demo"), device}).exitCode, 2); // not over an existing device
+    // Every recorded download of the demo points at a file of the device itself.
+    const QString downloads = device + s("/var/mobile/Downloads/");
+    for (const QString& url :
+         {s("tolvane://x?a=song&b=downloads&c=evening-tide"),
+          s("tolvane://x?a=song&b=downloads&c=morning-run"),
+          s("tolvane://"
+            "x?a=music-video&b=tracks&c=harbour&d=tracks.plist&e=%1harbour.mp4&f=%1harbour.jpg")
+              .arg(downloads)}) {
+        const Run handoff = run({s("handoff"), s("--root"), device, url});
+        QCOMPARE(handoff.exitCode, 0);
+        const QString file =
+            json(handoff.out).value(s("record")).toObject().value(s("filePath")).toString();
+        QVERIFY2(file.startsWith(device) && QFileInfo(file).isFile(), qPrintable(file));
+    }
+    QVERIFY(QFileInfo(device + s("/var/mobile/Downloads/Latest download.mp3")).isSymLink());
 }
 
 void TestCli::searchCommands_data() {

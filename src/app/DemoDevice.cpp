@@ -1,0 +1,135 @@
+#include "app/DemoDevice.h"
+
+#include "platform/PropertyList.h"
+
+#include <QCoreApplication>
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+
+namespace tolvane {
+
+namespace {
+
+const char* const mediaFiles[] = {
+    "Evening Tide.mp3", "Morning Run.m4a", "Harbour Timelapse.mp4", "Harbour Timelapse.jpg",
+    "Field Notes.pdf",  "notes.txt",       "cover-art.png"};
+
+bool copyTo(const QString& from, const QString& to, QString* problem) {
+    QDir().mkpath(QFileInfo(to).path());
+    if (QFile::copy(from, to))
+        return true;
+    *problem = QStringLiteral("cannot copy %1 to %2").arg(from, to);
+    return false;
+}
+
+bool copyTree(const QString& from, const QString& to, QString* problem) {
+    const QFileInfoList entries = QDir(from).entryInfoList(QDir::AllEntries | QDir::NoDotAndDotDot);
+    for (const QFileInfo& entry : entries) {
+        const QString target = to + QLatin1Char('/') + entry.fileName();
+        const bool ok = entry.isDir() ? copyTree(entry.filePath(), target, problem)
+                                      : copyTo(entry.filePath(), target, problem);
+        if (!ok)
+            return false;
+    }
+    return true;
+}
+
+} // namespace
+
+QString DemoDevice::systemDataFolder() {
+    const QString program = QCoreApplication::applicationDirPath();
+    // Installed: PREFIX/bin beside PREFIX/share; built: build/src/<area> beside build/share.
+    for (const QString& candidate : {program + QStringLiteral("/../share/tolvane"),
+                                     program + QStringLiteral("/../../share/tolvane"),
+                                     QStringLiteral(TOLVANE_INSTALLED_SYSTEM_ROOT)}) {
+        if (QFileInfo::exists(candidate + QStringLiteral("/demo/media")))
+            return QDir::cleanPath(candidate);
+    }
+    return QString();
+}
+
+QString DemoDevice::create(const QString& folder, const QString& systemData) {
+    const QString media = systemData + QStringLiteral("/demo/media");
+    if (systemData.isEmpty() || !QFileInfo(media).isDir())
+        return QStringLiteral("no demo media found (looked for share/tolvane/demo/media)");
+    const QDir device(QFileInfo(folder).absoluteFilePath());
+    if (device.exists() && !device.isEmpty())
+        return QStringLiteral("%1 exists and is not empty").arg(device.path());
+
+    const QString mobile = device.path() + QStringLiteral("/var/mobile");
+    const QString downloads = mobile + QStringLiteral("/Downloads");
+    const QString preferences = mobile + QStringLiteral("/Library/Preferences");
+    for (const QString& made :
+         {device.path() + QStringLiteral("/Library"), downloads + QStringLiteral("/Podcasts"),
+          preferences, mobile + QStringLiteral("/Media/Downloads"),
+          mobile + QStringLiteral("/Media/Artwork"), mobile + QStringLiteral("/Pictures")}) {
+        if (!QDir().mkpath(made))
+            return QStringLiteral("cannot create %1").arg(made);
+    }
+
+    QString problem;
+    const auto from = [&media](const char* name) {
+        return media + QLatin1Char('/') + QLatin1String(name);
+    };
+    bool ok = copyTree(systemData + QStringLiteral("/Application Support"),
+                       device.path() + QStringLiteral("/Library/Application Support"), &problem);
+    for (const char* name : mediaFiles)
+        ok = ok && copyTo(from(name), downloads + QLatin1Char('/') + QLatin1String(name), &problem);
+    // Space-free copies of the video and its thumbnail: the values of a hand-off URL after the
+    // third are used as written, so these paths need no escaping.
+    const QString harbour = downloads + QStringLiteral("/harbour.mp4");
+    const QString harbourThumb = downloads + QStringLiteral("/harbour.jpg");
+    const QString stored = mobile + QStringLiteral("/Media/Downloads/Evening Tide (copy).mp3");
+    ok =
+        ok &&
+        copyTo(from("Morning Run.m4a"),
+               downloads + QStringLiteral("/Podcasts/Episode 12 - Open Water.m4a"), &problem) &&
+        copyTo(from("Harbour Timelapse.mp4"), harbour, &problem) &&
+        copyTo(from("Harbour Timelapse.jpg"), harbourThumb, &problem) &&
+        copyTo(from("Evening Tide.mp3"), stored, &problem) &&
+        copyTo(from("Harbour Timelapse.jpg"),
+               mobile + QStringLiteral("/Media/Artwork/Evening Tide (copy).mp3.jpeg"), &problem) &&
+        copyTo(from("cover-art.png"), mobile + QStringLiteral("/Pictures/cover-art.png"), &problem);
+    if (!ok)
+        return problem;
+    // A hidden file the listing skips, and a link to the stored copy.
+    QFile state(downloads + QStringLiteral("/.download-state"));
+    if (!state.open(QIODevice::WriteOnly) ||
+        !state.write("last-check=2024-06-01T07:15:00Z pending=0\n") ||
+        !QFile::link(stored, downloads + QStringLiteral("/Latest download.mp3")))
+        return QStringLiteral("cannot write into %1").arg(downloads);
+
+    const QVariantMap downloadsStore{
+        {QStringLiteral("evening-tide"),
+         QVariantMap{{QStringLiteral("title"), QStringLiteral("Evening Tide")},
+                     {QStringLiteral("name"), QStringLiteral("Evening Tide.mp3")},
+                     {QStringLiteral("filePath"), downloads + QStringLiteral("/Evening Tide.mp3")},
+                     {QStringLiteral("icon"), QStringLiteral("audio.png")},
+                     {QStringLiteral("genre"), QStringLiteral("Ambient")},
+                     {QStringLiteral("year"), QStringLiteral("2024")}}},
+        {QStringLiteral("morning-run"),
+         QVariantMap{{QStringLiteral("title"), QStringLiteral("Morning Run")},
+                     {QStringLiteral("name"), QStringLiteral("Morning Run.m4a")},
+                     {QStringLiteral("filePath"), downloads + QStringLiteral("/Morning Run.m4a")},
+                     {QStringLiteral("icon"), QStringLiteral("audio.png")},
+                     {QStringLiteral("year"), 2023}}}};
+    const QVariantMap tracks{
+        {QStringLiteral("tracks"),
+         QVariantMap{{QStringLiteral("harbour"),
+                      QVariantMap{{QStringLiteral("title"), QStringLiteral("Harbour Timelapse")},
+                                  {QStringLiteral("name"), QStringLiteral("Harbour Timelapse.mp4")},
+                                  {QStringLiteral("filePath"), harbour},
+                                  {QStringLiteral("icon"), QStringLiteral("video.png")},
+                                  {QStringLiteral("isVideo"), 1},
+                                  {QStringLiteral("iconData"), harbourThumb}}}}}};
+    if (!PropertyListWriter::writeXml(preferences +
+                                          QStringLiteral("/com.merrowby.tolvaneprefs.plist"),
+                                      QVariantMap{{QStringLiteral("savePath"), downloads},
+                                                  {QStringLiteral("downloads"), downloadsStore}}) ||
+        !PropertyListWriter::writeXml(preferences + QStringLiteral("/tracks.plist"), tracks))
+        return QStringLiteral("cannot write the preferences in %1").arg(preferences);
+    return QString();
+}
+
+} // namespace tolvane
