@@ -1,11 +1,32 @@
+#include "HttpTestServer.h"
 #include "TestSupport.h"
+#include "overlay/MBProgressHUD.h"
+#include "platform/Device.h"
+#include "platform/Paths.h"
+#include "platform/ui/AlertController.h"
+#include "platform/ui/ImageButton.h"
+#include "platform/ui/ImageView.h"
+#include "platform/ui/MainWindow.h"
+#include "platform/ui/NavigationBar.h"
+#include "platform/ui/NavigationController.h"
+#include "platform/ui/NavigationItem.h"
 #include "search/GoogleImageLayout.h"
 #include "search/ui/CollectionView.h"
 #include "search/ui/CollectionViewCell.h"
 #include "search/ui/CollectionViewDataSource.h"
 #include "search/ui/CollectionViewDelegate.h"
+#include "search/ui/CoverButton.h"
+#include "search/ui/DetailView.h"
+#include "search/ui/GoogleImageCell.h"
+#include "search/ui/GoogleImagesCollectionVC.h"
+#include "search/ui/GoogleImagesSearchDelegate.h"
+#include "search/ui/SearchBar.h"
 
+#include <QBuffer>
+#include <QLineEdit>
+#include <QPushButton>
 #include <QScrollBar>
+#include <QTemporaryDir>
 #include <QTest>
 
 #include <memory>
@@ -69,6 +90,107 @@ QList<int> visibleSections(const CollectionView& view) {
     return sections;
 }
 
+QByteArray png(QSize size, QColor colour) {
+    QImage image(size, QImage::Format_ARGB32);
+    image.fill(colour);
+    QByteArray bytes;
+    QBuffer buffer(&bytes);
+    buffer.open(QIODevice::WriteOnly);
+    image.save(&buffer, "PNG");
+    return bytes;
+}
+
+QColor thumbnailColour(int index) {
+    return QColor::fromHsv((index * 37) % 360, 160, 200);
+}
+
+// A result page as the service writes it: a piece per result after each marker, the link's
+// ampersands as entities and the thumbnail's address in script text.
+QByteArray resultPage(const QString& base, int count) {
+    QByteArray page = "<html><head><title>results</title></head><body>";
+    for (int i = 0; i < count; ++i) {
+        page += "<div class=\"rg_di rg_bx\"><a href=\"/imgres?imgurl=" + base.toUtf8() + "/full/" +
+                QByteArray::number(i) + ".png&amp;imgrefurl=" + base.toUtf8() +
+                "/page&amp;h=500\"></a><div class=\"rg_meta\">{\"id\":\"r" + QByteArray::number(i) +
+                "\",\"tu\":\"" + base.toUtf8() + "/thumb/" + QByteArray::number(i) +
+                ".png\",\"th\":100}</div></div>";
+    }
+    return page + "</body></html>";
+}
+
+// The service on 127.0.0.1: a page of results, a thumbnail each, and full images of 60 x 40
+// except those listed as missing.
+struct SearchService {
+    HttpTestServer server;
+
+    bool start(int count, const QList<int>& missingFullImages = {}) {
+        if (!server.listen())
+            return false;
+        qputenv("TOLVANE_SEARCH_URL", server.base().toUtf8());
+        server.route("/search", HttpTestServer::ok(resultPage(server.base(), count)));
+        for (int i = 0; i < count; ++i) {
+            const QByteArray name = QByteArray::number(i) + ".png";
+            server.route("/thumb/" + name,
+                         HttpTestServer::ok(png(QSize(100, 100), thumbnailColour(i)), "image/png"));
+            if (!missingFullImages.contains(i))
+                server.route("/full/" + name,
+                             HttpTestServer::ok(png(QSize(60, 40), Qt::darkBlue), "image/png"));
+        }
+        return true;
+    }
+    QByteArray lastSearch() const {
+        for (qsizetype i = server.requests().size() - 1; i >= 0; --i) {
+            if (server.requests().at(i).path == "/search")
+                return server.requests().at(i).head;
+        }
+        return {};
+    }
+};
+
+class PickRecorder final : public GoogleImagesSearchDelegate {
+public:
+    void googleImagesDidFinishPickingImage(const QImage& image) override { picks.append(image); }
+    QList<QImage> picks;
+};
+
+// The opener's window: a screen in a navigation controller that presents the search screen,
+// itself wrapped in a navigation controller, as the editor does.
+struct SearchWindow {
+    std::unique_ptr<ScopedDevice> device;
+    std::unique_ptr<MainWindow> window;
+    QPointer<Screen> opener;
+    QPointer<GoogleImagesCollectionVC> search;
+    PickRecorder recorder;
+
+    explicit SearchWindow(QSize size, Idiom idiom = Idiom::Phone)
+        : device(std::make_unique<ScopedDevice>(idiom, QSizeF(size), 1))
+        , window(std::make_unique<MainWindow>())
+        , opener(new Screen) {
+        window->setRootViewController(new NavigationController(opener));
+        window->resize(size);
+        window->show();
+    }
+    bool present(const QString& term) {
+        search = new GoogleImagesCollectionVC(term, new GoogleImageLayout);
+        search->setDelegate(&recorder);
+        return opener->presentViewController(new NavigationController(search), false);
+    }
+    QString shownTitle() const {
+        return search->navigationController()->navigationBar()->titleText();
+    }
+    AlertController* alert() const { return window->findChild<AlertController*>(); }
+};
+
+void tap(QWidget* widget, QPoint at = {}) {
+    QTest::mouseClick(widget, Qt::LeftButton, {}, at.isNull() ? widget->rect().center() : at);
+}
+
+void tapCell(CollectionView* view, int section) {
+    CollectionViewCell* cell = view->cellForItemAtIndexPath({0, section});
+    QVERIFY(cell);
+    tap(view->viewport(), cell->geometry().center());
+}
+
 } // namespace
 
 class TestSearchUi : public QObject {
@@ -79,6 +201,19 @@ private Q_SLOTS:
     void gridMakesOnlyVisibleCells();
     void gridTaps();
     void gridFollowsLayoutChanges();
+
+    void initTestCase();
+    void searchShowsResults();
+    void pickImage_data();
+    void pickImage();
+    void closePanel();
+    void cancel();
+    void laterSearchFails_data();
+    void laterSearchFails();
+    void rotation();
+
+private:
+    QTemporaryDir m_device;
 };
 
 void TestSearchUi::gridMakesOnlyVisibleCells_data() {
@@ -150,6 +285,220 @@ void TestSearchUi::gridFollowsLayoutChanges() {
     view.setContentOffset(QPointF(0, 0));
     view.resize(400, 504);
     QCOMPARE(view.cellForItemAtIndexPath({0, 3})->geometry(), QRect(321, 1, 78, 78));
+}
+
+// --- the results screen ---------------------------------------------------------------------
+
+void TestSearchUi::initTestCase() {
+    // Nothing here may touch the real device folders (the image loader caches under them).
+    QVERIFY(m_device.isValid());
+    Paths::setDeviceRoot(m_device.path());
+}
+
+void TestSearchUi::searchShowsResults() {
+    SearchService service;
+    QVERIFY(service.start(12));
+    SearchWindow screen(QSize(320, 568));
+    QVERIFY(QTest::qWaitForWindowExposed(screen.window.get()));
+    QVERIFY(screen.present(s("Evening Tide+Harbour Lights.mp4")));
+    GoogleImagesCollectionVC* search = screen.search;
+
+    QTRY_COMPARE(screen.shownTitle(), s("12 Images"));
+    const QByteArray head = service.lastSearch();
+    QVERIFY2(head.contains("&q=Evening+Tide+Harbour+Lights+albums HTTP/1.1"), head.constData());
+    QVERIFY(head.contains("User-Agent: Mozilla/5.0 (X11; Linux x86_64; rv:10.0) Gecko/20100101 "
+                          "Firefox/10.0"));
+    QCOMPARE(search->imagesArray()->size(), 12);
+    QCOMPARE(search->imagesArray()->at(5).value(s("imgurl")).toString(),
+             service.server.base() + s("/full/5.png"));
+
+    // Three columns on a 320-point phone, one result per section.
+    QCOMPARE(search->numberOfColumns(), 3);
+    QCOMPARE(search->collectionViewLayout()->itemSize(), QSizeF(105, 105));
+    QTRY_COMPARE(search->collectionView()->numberOfSections(), 12);
+    QCOMPARE(search->randomArray(), (QList<float>{0.5f, 0.6f, 0.7f, 0.8f, 0.9f, 1.0f, 1.1f}));
+    auto* cell =
+        static_cast<GoogleImageCell*>(search->collectionView()->cellForItemAtIndexPath({0, 5}));
+    QVERIFY(cell);
+    QCOMPARE(cell->geometry(), QRect(214, 107, 105, 105));
+    QCOMPARE(cell->imageView()->geometry(), QRect(0, 0, 105, 105));
+
+    // The thumbnail replaces the placeholder and pops in within 1.1 seconds.
+    QTRY_COMPARE(cell->imageView()->image().pixelColor(50, 50).rgb(), thumbnailColour(5).rgb());
+    QTRY_COMPARE_WITH_TIMEOUT(cell->imageView()->alpha(), 1.0, 2000);
+    QCOMPARE(cell->imageView()->scale(), 1.0);
+    QVERIFY(cell->isUserInteractionEnabled());
+}
+
+void TestSearchUi::pickImage_data() {
+    QTest::addColumn<int>("section");
+    QTest::addColumn<QList<int>>("missing");
+    QTest::addColumn<QSize>("size");
+    QTest::addColumn<QColor>("colour");
+
+    QTest::newRow("the full image") << 1 << QList<int>{} << QSize(60, 40) << QColor(Qt::darkBlue);
+    QTest::newRow("no full image: the thumbnail")
+        << 2 << QList<int>{2} << QSize(100, 100) << thumbnailColour(2);
+}
+
+void TestSearchUi::pickImage() {
+    QFETCH(int, section);
+    QFETCH(QList<int>, missing);
+    QFETCH(QSize, size);
+    QFETCH(QColor, colour);
+
+    SearchService service;
+    QVERIFY(service.start(6, missing));
+    SearchWindow screen(QSize(320, 568));
+    QVERIFY(QTest::qWaitForWindowExposed(screen.window.get()));
+    QVERIFY(screen.present(s("Harbour")));
+    GoogleImagesCollectionVC* search = screen.search;
+    QTRY_COMPARE(screen.shownTitle(), s("6 Images"));
+
+    tapCell(search->collectionView(), section);
+    DetailView* panel = search->detailView();
+    QVERIFY(panel);
+    QVERIFY(!search->collectionView()
+                 ->cellForItemAtIndexPath({0, section})
+                 ->isUserInteractionEnabled());
+    QVERIFY(MBProgressHUD::HUDForView(panel->imageView()));
+    QVERIFY(!panel->selectButton()->isVisible());
+
+    const QString title = s("Size %1x%2").arg(size.width()).arg(size.height());
+    QTRY_COMPARE(screen.shownTitle(), title);
+    QVERIFY(panel->selectButton()->isVisible());
+    QTRY_COMPARE(panel->geometry(), QRect(0, 0, 320, 504));
+    QCOMPARE(panel->mainView()->geometry(), QRect(5, 80, 310, 345));
+    QCOMPARE(panel->selectButton()->geometry(), QRect(88, 310, 135, 35));
+    QTRY_VERIFY(!MBProgressHUD::HUDForView(panel->imageView()));
+
+    if (missing.isEmpty()) {
+        // How the screen looks with the panel open, for a person to check.
+        QTest::qWait(1200);
+        const QString path = QCoreApplication::applicationDirPath() + s("/search-panel-look.png");
+        QFile::remove(path);
+        QVERIFY(screen.window->grab().save(path, "PNG"));
+    }
+
+    tap(panel->selectButton());
+    QCOMPARE(screen.shownTitle(), s("Please wait..."));
+    QTRY_COMPARE(screen.recorder.picks.size(), 1);
+    const QImage picked = screen.recorder.picks.constFirst();
+    QCOMPARE(picked.size(), size);
+    QCOMPARE(picked.pixelColor(10, 10).rgb(), colour.rgb());
+    QTRY_VERIFY(!screen.search);
+    QCOMPARE(screen.opener->navigationController()->presentedViewController(), nullptr);
+    QCOMPARE(screen.recorder.picks.size(), 1);
+}
+
+void TestSearchUi::closePanel() {
+    SearchService service;
+    QVERIFY(service.start(6));
+    SearchWindow screen(QSize(320, 568));
+    QVERIFY(QTest::qWaitForWindowExposed(screen.window.get()));
+    QVERIFY(screen.present(s("Harbour")));
+    GoogleImagesCollectionVC* search = screen.search;
+    QTRY_COMPARE(screen.shownTitle(), s("6 Images"));
+
+    tapCell(search->collectionView(), 0);
+    QPointer<DetailView> panel = search->detailView();
+    QTRY_VERIFY(panel->selectButton()->isVisible());
+    tap(panel->closeButton());
+    QCOMPARE(screen.shownTitle(), s("6 Images"));
+    QVERIFY(search->collectionView()->cellForItemAtIndexPath({0, 0})->isUserInteractionEnabled());
+    QTRY_VERIFY(panel.isNull());
+    QCOMPARE(search->detailView(), nullptr);
+
+    // The same result opens again.
+    tapCell(search->collectionView(), 0);
+    QVERIFY(search->detailView());
+    QVERIFY(screen.recorder.picks.isEmpty());
+}
+
+void TestSearchUi::cancel() {
+    SearchService service;
+    QVERIFY(service.start(3));
+    SearchWindow screen(QSize(320, 568));
+    QVERIFY(QTest::qWaitForWindowExposed(screen.window.get()));
+    QVERIFY(screen.present(s("Harbour")));
+    QTRY_COMPARE(screen.shownTitle(), s("3 Images"));
+
+    tap(screen.search->navigationItem()->leftBarButton());
+    QTRY_VERIFY(!screen.search);
+    QCOMPARE(screen.opener->navigationController()->presentedViewController(), nullptr);
+    QVERIFY(screen.recorder.picks.isEmpty());
+}
+
+void TestSearchUi::laterSearchFails_data() {
+    QTest::addColumn<int>("status");
+    QTest::addColumn<QByteArray>("page");
+    QTest::addColumn<int>("results");
+    QTest::addColumn<bool>("listKept");
+
+    QTest::newRow("server error: the old results stay") << 500 << QByteArray("busy") << 3 << true;
+    QTest::newRow("a page without results empties the grid")
+        << 200 << QByteArray("<html>nothing here</html>") << 0 << false;
+}
+
+void TestSearchUi::laterSearchFails() {
+    QFETCH(int, status);
+    QFETCH(QByteArray, page);
+    QFETCH(int, results);
+    QFETCH(bool, listKept);
+
+    SearchService service;
+    QVERIFY(service.start(3));
+    SearchWindow screen(QSize(320, 568));
+    QVERIFY(QTest::qWaitForWindowExposed(screen.window.get()));
+    QVERIFY(screen.present(s("Harbour")));
+    GoogleImagesCollectionVC* search = screen.search;
+    QTRY_COMPARE(screen.shownTitle(), s("3 Images"));
+    QVERIFY(!screen.alert());
+
+    // The search bar slides down under the dimmed grid...
+    tap(search->navigationItem()->rightBarButton());
+    QCOMPARE(search->hideKeyboardButton()->alpha(), 0.5);
+    QTRY_COMPARE(search->searchBar()->geometry(), QRect(0, 0, 320, 44));
+
+    // ...and its search has no keyword.
+    service.server.route("/search",
+                         {status, "Status", {{"Content-Type", "text/html"}}, page, false});
+    QTest::keyClicks(search->searchBar()->textField(), s("new term"));
+    QTest::keyClick(search->searchBar()->textField(), Qt::Key_Return);
+    QCOMPARE(search->hideKeyboardButton()->alpha(), 0.0);
+    QTRY_VERIFY(screen.alert());
+    QVERIFY(service.lastSearch().contains("&q=new+term+ HTTP/1.1"));
+    QCOMPARE(screen.alert()->title(), s("Error Occurred"));
+    QCOMPARE(screen.alert()->message(), s("Failed to retrieve images"));
+    QCOMPARE(screen.alert()->buttonTitleAtIndex(0), s("OK"));
+    QCOMPARE(screen.shownTitle(), s("%1 Images").arg(results));
+    QCOMPARE(search->imagesArray().has_value(), listKept);
+    QTRY_COMPARE(search->collectionView()->visibleCells().size(), results);
+    QTRY_COMPARE(search->searchBar()->geometry().top(), -44);
+}
+
+void TestSearchUi::rotation() {
+    SearchService service;
+    QVERIFY(service.start(6));
+    SearchWindow screen(QSize(320, 568));
+    QVERIFY(QTest::qWaitForWindowExposed(screen.window.get()));
+    QVERIFY(screen.present(s("Harbour")));
+    GoogleImagesCollectionVC* search = screen.search;
+    QTRY_COMPARE(screen.shownTitle(), s("6 Images"));
+    tapCell(search->collectionView(), 0);
+    DetailView* panel = search->detailView();
+    QTRY_COMPARE(panel->geometry(), QRect(0, 0, 320, 504));
+
+    // Turned on its side: four columns across the longer side, a square card.
+    screen.device.reset();
+    screen.device = std::make_unique<ScopedDevice>(Idiom::Phone, QSizeF(568, 320), 1);
+    screen.window->resize(568, 320);
+    QTRY_COMPARE(search->numberOfColumns(), 4);
+    QCOMPARE(search->collectionViewLayout()->itemSize(), QSizeF(140, 140));
+    QTRY_COMPARE(panel->mainView()->geometry(), QRect(166, 5, 246, 246));
+    QCOMPARE(panel->geometry(), QRect(0, 0, 568, 256));
+    QTRY_COMPARE(search->collectionView()->cellForItemAtIndexPath({0, 3})->geometry(),
+                 QRect(427, 1, 140, 140));
 }
 
 QTEST_MAIN(TestSearchUi)

@@ -42,7 +42,7 @@ public:
     bool presentViewController(Screen* screen, bool animated, Completion completion = nullptr);
     // Dismisses the screen this one presents, or, when it presents none, this screen itself
     // if it was presented. The completion runs after the dismissed screen has gone.
-    void dismissViewControllerAnimated(bool animated, Completion completion = nullptr);
+    virtual void dismissViewControllerAnimated(bool animated, Completion completion = nullptr);
     Screen* presentedViewController() const { return m_presented; }
     Screen* presentingViewController() const { return m_presenting; }
 

@@ -16,7 +16,10 @@ CollectionView::CollectionView(GoogleImageLayout* layout, QWidget* parent)
     : QAbstractScrollArea(parent)
     , m_layout(layout ? layout : new GoogleImageLayout) {
     setFrameShape(QFrame::NoFrame);
+    // The layout spreads the cells over the whole width, so no scroll bar may take from it;
+    // the wheel still scrolls.
     setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+    setVerticalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
     verticalScrollBar()->setSingleStep(20);
     viewport()->setAutoFillBackground(true);
     m_layout->setParent(this);
