@@ -369,13 +369,8 @@ void GoogleImagesCollectionVC::imageSelected() {
 
 void GoogleImagesCollectionVC::showSearchBar() {
     m_hideKeyboardBtn->setAlpha(0.5);
-    m_hideKeyboardBtn->raise();
-    m_searchBar->raise();
-    auto* slide = geometryAnimation(m_searchBar, QRect(0, 0, width(), m_searchBar->height()),
-                                    searchBarMs, QEasingCurve::InOutQuad);
-    connect(slide, &QPropertyAnimation::finished, m_searchBar,
-            [bar = m_searchBar] { bar->becomeFirstResponder(); });
-    slide->start(QAbstractAnimation::DeleteWhenStopped);
+    slideSearchBar(QRect(0, 0, width(), m_searchBar->height()),
+                   [bar = m_searchBar] { bar->becomeFirstResponder(); });
 }
 
 void GoogleImagesCollectionVC::hideKeyboard() {
@@ -383,8 +378,19 @@ void GoogleImagesCollectionVC::hideKeyboard() {
     m_hideKeyboardBtn->setAlpha(0);
     QRect parked = m_searchBar->geometry();
     parked.moveTop(-m_searchBar->height());
-    geometryAnimation(m_searchBar, parked, searchBarMs, QEasingCurve::InOutQuad)
-        ->start(QAbstractAnimation::DeleteWhenStopped);
+    slideSearchBar(parked, nullptr);
+}
+
+void GoogleImagesCollectionVC::slideSearchBar(const QRect& to, std::function<void()> done) {
+    // A slide that is under way gives way to the new one, its end left undone.
+    if (m_searchBarSlide)
+        m_searchBarSlide->stop();
+    m_searchBarSlide = geometryAnimation(m_searchBar, to, searchBarMs, QEasingCurve::InOutQuad);
+    connect(m_searchBarSlide, &QPropertyAnimation::finished, m_searchBar, [done = std::move(done)] {
+        if (done)
+            done();
+    });
+    m_searchBarSlide->start(QAbstractAnimation::DeleteWhenStopped);
 }
 
 void GoogleImagesCollectionVC::searchBarSearchButtonClicked() {

@@ -9,6 +9,7 @@
 #include <QList>
 #include <QMetaObject>
 #include <QPointer>
+#include <QPropertyAnimation>
 #include <QVariantMap>
 
 #include <functional>
@@ -103,6 +104,7 @@ private:
     void offerImage();
     void popIn(QWidget* imageView);
     void slidePanelOut(std::function<void()> done);
+    void slideSearchBar(const QRect& to, std::function<void()> done);
     qreal navigationBarHeight() const;
 
     GoogleImagesSearchDelegate* m_delegate = nullptr;
@@ -115,6 +117,7 @@ private:
     SearchBar* m_searchBar = nullptr;
     CoverButton* m_hideKeyboardBtn = nullptr;
     QPointer<DetailView> m_detailView;
+    QPointer<QPropertyAnimation> m_searchBarSlide;
     QList<float> m_randomArray;
     QImage m_placeholder;
     QMetaObject::Connection m_orientationObserver;
