@@ -246,8 +246,7 @@ CollectionViewCell* GoogleImagesCollectionVC::cellForItemAtIndexPath(CollectionV
     return cell;
 }
 
-void GoogleImagesCollectionVC::popIn(QWidget* imageView) {
-    auto* view = static_cast<ImageView*>(imageView);
+void GoogleImagesCollectionVC::popIn(ImageView* view) {
     view->setAlpha(0);
     view->setScale(0.9);
     const quint32 pick = QRandomGenerator::global()->generate();

@@ -22,6 +22,7 @@ class CoverButton;
 class DetailView;
 class GoogleImageLayout;
 class GoogleImagesSearchDelegate;
+class ImageView;
 class SearchBar;
 
 // The modal screen on which the user picks a cover image from a web image search: a grid of
@@ -102,7 +103,7 @@ private:
     void showImageCount();
     void showImageSize(const QImage& image);
     void offerImage();
-    void popIn(QWidget* imageView);
+    void popIn(ImageView* view);
     void slidePanelOut(std::function<void()> done);
     void slideSearchBar(const QRect& to, std::function<void()> done);
     qreal navigationBarHeight() const;
