@@ -403,6 +403,12 @@ void TestSearchUi::closePanel() {
     tapCell(search->collectionView(), 0);
     QPointer<DetailView> panel = search->detailView();
     QTRY_VERIFY(panel->selectButton()->isVisible());
+    // A new search's results arrive behind the open panel, which stays.
+    search->fetchImagesData(s("other"), QString());
+    QTRY_COMPARE(screen.shownTitle(), s("6 Images"));
+    QCOMPARE(service.server.requestCount("/search"), 2);
+    QVERIFY(panel && panel->isVisible());
+
     tap(panel->closeButton());
     QCOMPARE(screen.shownTitle(), s("6 Images"));
     QVERIFY(search->collectionView()->cellForItemAtIndexPath({0, 0})->isUserInteractionEnabled());
