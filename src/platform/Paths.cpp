@@ -107,6 +107,10 @@ QString Paths::iconsFolder() {
     return joined(imagesFolder(), "icons-hd");
 }
 
+QString Paths::photoLibraryFolder() {
+    return joined(userRoot(), "Media/DCIM");
+}
+
 QString Paths::userRootFirstComponent() {
     const QStringList parts = userRoot().split(QLatin1Char('/'), Qt::SkipEmptyParts);
     return parts.isEmpty() ? QString() : parts.first();

@@ -27,6 +27,8 @@ public:
     static QString fileTypeTable();
     static QString imagesFolder();
     static QString iconsFolder();
+    // The user's photo library ("<user root>/Media/DCIM"), where the artwork chooser opens.
+    static QString photoLibraryFolder();
 
     // The first component of the user root ("var" on the device): the picker starts its
     // stack of folders there.
