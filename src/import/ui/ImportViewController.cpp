@@ -1,0 +1,524 @@
+#include "ImportViewController.h"
+
+#include "import/DateFinder.h"
+#include "import/ImportEditorLayout.h"
+#include "import/ImportRecord.h"
+#include "import/MediaKinds.h"
+#include "import/ui/EditableImportTableViewCell.h"
+#include "import/ui/ImportSelectCell.h"
+#include "import/ui/ImportTextField.h"
+#include "import/ui/ImportTumbnailCell.h"
+#include "overlay/MBProgressHUD.h"
+#include "platform/Device.h"
+#include "platform/Localisation.h"
+#include "platform/MetadataKeys.h"
+#include "platform/ui/AlertController.h"
+#include "platform/ui/Appearance.h"
+#include "platform/ui/BundleImages.h"
+#include "platform/ui/GroupedTableView.h"
+#include "platform/ui/NavigationController.h"
+#include "platform/ui/NavigationItem.h"
+
+#include <QBuffer>
+#include <QLabel>
+#include <QLoggingCategory>
+#include <QToolButton>
+#include <QVBoxLayout>
+
+#include <memory>
+
+namespace tolvane {
+
+namespace {
+
+Q_LOGGING_CATEGORY(lcEditor, "tolvane.import.editor")
+
+const QString mediaKindKey = QStringLiteral("mediaKind");
+const QString metadataKey = QStringLiteral("metadata");
+const QString imageDataKey = QStringLiteral("imageData");
+const QString pathKey = QStringLiteral("path");
+const QColor tableBackground(245, 245, 245);
+
+QFont systemFont(qreal points) {
+    QFont font;
+    font.setPixelSize(qRound(points));
+    return font;
+}
+
+// A stored value as text, as a format's "%@" prints it; nothing for no value. Values of a
+// type the field does not expect (a number for a name) still show as text.
+std::optional<QString> describe(const QVariant& value) {
+    if (!value.isValid() || value.isNull())
+        return std::nullopt;
+    switch (value.typeId()) {
+    case QMetaType::QVariantMap:
+    case QMetaType::QVariantList:
+    case QMetaType::QByteArray:
+        return QString();
+    default:
+        return value.toString();
+    }
+}
+
+QByteArray encoded(const QImage& image, const char* format, int quality) {
+    QByteArray bytes;
+    if (image.isNull())
+        return bytes;
+    QBuffer buffer(&bytes);
+    buffer.open(QIODevice::WriteOnly);
+    if (!image.save(&buffer, format, quality))
+        bytes.clear();
+    return bytes;
+}
+
+QToolButton* barButton(const QString& text, QWidget* owner) {
+    auto* button = new QToolButton(owner);
+    button->setText(text);
+    button->setAutoRaise(true);
+    button->setCursor(Qt::PointingHandCursor);
+    button->setFont(systemFont(17));
+    // Plain text in the tint colour, as the bar's own back button.
+    button->setStyleSheet(QStringLiteral("QToolButton { color: %1; border: none; }")
+                              .arg(Appearance::shared().tintColor.name()));
+    button->hide();
+    return button;
+}
+
+} // namespace
+
+ImportViewController::ImportViewController(const QVariantMap& handoff, const QString& mediaKind)
+    : m_importDict(ImportRecord::fromHandoffRecord(handoff, mediaKind)) {}
+
+ImportViewController::ImportViewController(const QVariantMap& record)
+    : m_importDict(ImportRecord::fromWholeRecord(record)) {}
+
+ImportViewController::~ImportViewController() {
+    if (m_popover) {
+        m_popover->setDelegate(nullptr);
+        if (auto* picker = qobject_cast<ImagePickerController*>(m_popover->content()))
+            picker->setDelegate(nullptr);
+        m_popover->dismissPopoverAnimated(false);
+    }
+}
+
+ImportTextField* ImportViewController::currentTextField() const {
+    return m_currentTextField;
+}
+
+QString ImportViewController::mediaKind() const {
+    return m_importDict.value(mediaKindKey).toString();
+}
+
+void ImportViewController::viewDidLoad() {
+    setTitle(localized("Import Media"));
+    m_cancelButton = barButton(localized("Cancel"), this);
+    m_importButton = barButton(localized("Import"), this);
+    connect(m_cancelButton, &QToolButton::clicked, this,
+            &ImportViewController::cancelButtonPressed);
+    connect(m_importButton, &QToolButton::clicked, this,
+            &ImportViewController::importButtonPressed);
+    navigationItem()->setLeftBarButton(m_cancelButton);
+    navigationItem()->setRightBarButton(m_importButton);
+
+    QPalette background = palette();
+    background.setColor(QPalette::Window, tableBackground);
+    setPalette(background);
+    m_tableView = new GroupedTableView(this);
+    m_tableView->setPalette(background);
+    auto* layout = new QVBoxLayout(this);
+    layout->setContentsMargins(0, 0, 0, 0);
+    layout->addWidget(m_tableView);
+
+    m_thumbnailCell = new ImportTumbnailCell(m_tableView);
+    m_searchCell = new ImportSelectCell(m_tableView);
+    m_searchCell->setTitle(localized("Search Google For Artwork"));
+    m_searchCell->setImage(BundleImages::imageNamed(QStringLiteral("google.png")));
+    m_libraryCell = new ImportSelectCell(m_tableView);
+    m_libraryCell->setTitle(localized("Search Photo Library"));
+    m_libraryCell->setImage(BundleImages::imageNamed(QStringLiteral("camera.png")));
+    m_previewCell = new ImportSelectCell(m_tableView);
+    m_previewCell->setTitle(localized("Preview Media"));
+    m_previewCell->setImage(BundleImages::imageNamed(QStringLiteral("play.png")));
+
+    m_kindCell =
+        new TableViewCell(TableViewCell::Style::Value2, QStringLiteral("KindCell"), m_tableView);
+    m_kindCell->setSelectionStyle(TableViewCell::SelectionStyle::Gray);
+    m_kindCell->setAccessoryType(TableViewCell::AccessoryType::DisclosureIndicator);
+    m_kindCell->textLabel()->setText(localized("Type"));
+    m_kindCell->textLabel()->setFont(ImportSelectCell::titleFont());
+    m_kindCell->detailTextLabel()->setFont(ImportSelectCell::titleFont());
+    QPalette detail = m_kindCell->detailTextLabel()->palette();
+    detail.setColor(QPalette::WindowText, ImportSelectCell::titleColour());
+    m_kindCell->detailTextLabel()->setPalette(detail);
+    for (TableViewCell* cell :
+         {static_cast<TableViewCell*>(m_thumbnailCell), static_cast<TableViewCell*>(m_searchCell),
+          static_cast<TableViewCell*>(m_libraryCell), static_cast<TableViewCell*>(m_previewCell),
+          m_kindCell})
+        cell->hide();
+
+    buildRows();
+    m_tableView->setDataSource(this);
+    observeTextFields(true);
+    reloadData();
+}
+
+void ImportViewController::buildRows() {
+    // Kinds that share a field list share its rows, so a text typed for a song is still there
+    // for a music video, and every list keeps its texts across kind switches.
+    const QString kinds[] = {MediaKinds::song,      MediaKinds::musicVideo,
+                             MediaKinds::podcast,   MediaKinds::videoPodcast,
+                             MediaKinds::tvEpisode, MediaKinds::featureMovie};
+    QList<std::pair<const QList<int>*, QString>> built;
+    for (const QString& kind : kinds) {
+        const QList<int>& fields = MediaKinds::fieldsForKind(kind);
+        if (fields.isEmpty())
+            continue;
+        bool shared = false;
+        for (const auto& [list, owner] : std::as_const(built)) {
+            if (list == &fields) {
+                m_cells.insert(kind, m_cells.value(owner));
+                shared = true;
+            }
+        }
+        if (shared)
+            continue;
+        QList<EditableImportTableViewCell*> rows;
+        for (int fieldId : fields)
+            rows.append(makeRow(fieldId, kind));
+        m_cells.insert(kind, rows);
+        built.append({&fields, kind});
+    }
+}
+
+EditableImportTableViewCell* ImportViewController::makeRow(int fieldId, const QString& kind) {
+    const QVariantMap metadata = m_importDict.value(metadataKey).toMap();
+    const ImportField& field = MediaKinds::field(fieldId);
+    auto* cell = new EditableImportTableViewCell(m_tableView);
+    cell->hide();
+    cell->textLabel()->setText(localized(field.label));
+    ImportTextField* input = cell->textField();
+    input->setTag(fieldId);
+    input->setNumberPad(field.input == FieldInput::NumberPad);
+    input->setPlaceholderText(MediaKinds::placeholder(fieldId, kind, metadata));
+
+    QString text;
+    switch (fieldId) {
+    case ImportField::Title:
+        text = describe(metadata.value(AVMetadataCommonKeyTitle))
+                   .value_or(QString())
+                   .remove(QStringLiteral(".mp4"));
+        break;
+    case ImportField::Year:
+        // Shown from the creation date, written to "year".
+        text =
+            getYear(describe(metadata.value(AVMetadataCommonKeyCreationDate)).value_or(QString()))
+                .value_or(QString());
+        break;
+    default:
+        text = describe(metadata.value(field.metadataKey)).value_or(QString());
+        break;
+    }
+    input->setText(text);
+
+    connect(cell, &EditableImportTableViewCell::textDidChange, this,
+            &ImportViewController::textFieldTextDidChange);
+    connect(cell, &EditableImportTableViewCell::textDidEndEditing, this,
+            &ImportViewController::textFieldTextDidEndEditing);
+    connect(input, &ImportTextField::didBeginEditing, this, [this, cell] {
+        if (m_tableView)
+            m_tableView->ensureWidgetVisible(cell, 0, 0);
+    });
+    return cell;
+}
+
+void ImportViewController::viewWillAppear(bool animated) {
+    loadViewIfNeeded();
+    Screen::viewWillAppear(animated);
+    observeTextFields(true);
+    if (const auto selected = m_tableView->indexPathForSelectedRow())
+        m_tableView->deselectRowAtIndexPath(*selected, animated);
+}
+
+void ImportViewController::viewWillDisappear(bool animated) {
+    Screen::viewWillDisappear(animated);
+    observeTextFields(false);
+}
+
+void ImportViewController::observeTextFields(bool observe) {
+    m_observingText = observe;
+}
+
+void ImportViewController::reloadData() {
+    if (m_tableView)
+        m_tableView->reloadData();
+}
+
+// --- table ---------------------------------------------------------------------------------
+
+int ImportViewController::numberOfSectionsInTableView() const {
+    return ImportEditorLayout::sectionCount;
+}
+
+int ImportViewController::numberOfRowsInSection(int section) const {
+    switch (section) {
+    case ImportEditorLayout::SourcesSection:
+        return 2;
+    case ImportEditorLayout::FieldsSection:
+        return int(m_cells.value(mediaKind()).size());
+    default:
+        return 1;
+    }
+}
+
+TableViewCell* ImportViewController::cellForRowAtIndexPath(TableIndexPath indexPath) {
+    switch (indexPath.section) {
+    case ImportEditorLayout::ArtworkSection:
+        m_thumbnailCell->setArtwork(
+            m_importDict.value(metadataKey).toMap().value(imageDataKey).toByteArray());
+        return m_thumbnailCell;
+    case ImportEditorLayout::SourcesSection:
+        return indexPath.row == 0 ? m_searchCell : m_libraryCell;
+    case ImportEditorLayout::PreviewSection:
+        return m_previewCell;
+    case ImportEditorLayout::KindSection:
+        m_kindCell->detailTextLabel()->setText(
+            MediaKinds::displayName(mediaKind()).value_or(QString()));
+        return m_kindCell;
+    default:
+        return m_cells.value(mediaKind()).value(indexPath.row);
+    }
+}
+
+QString ImportViewController::titleForHeaderInSection(int section) const {
+    switch (section) {
+    case ImportEditorLayout::SourcesSection:
+        return localized("Change Artwork");
+    case ImportEditorLayout::KindSection:
+        return localized("Change Media Type");
+    default:
+        return {};
+    }
+}
+
+qreal ImportViewController::heightForHeaderInSection(int section) const {
+    return ImportEditorLayout::headerHeight(section);
+}
+
+qreal ImportViewController::heightForRowAtIndexPath(TableIndexPath indexPath) const {
+    return ImportEditorLayout::rowHeight(indexPath.section, Device::current().screenBounds());
+}
+
+void ImportViewController::didSelectRowAtIndexPath(TableIndexPath indexPath) {
+    switch (indexPath.section) {
+    case ImportEditorLayout::SourcesSection:
+        if (indexPath.row == 0)
+            openArtworkSearch();
+        else
+            openPhotoLibrary();
+        break;
+    case ImportEditorLayout::PreviewSection:
+        previewMedia();
+        break;
+    case ImportEditorLayout::KindSection:
+        m_tableView->deselectRowAtIndexPath(indexPath, true);
+        showMediaKindPicker();
+        break;
+    default:
+        break;
+    }
+}
+
+// --- editing -------------------------------------------------------------------------------
+
+void ImportViewController::textFieldTextDidChange(ImportTextField* textField) {
+    if (!m_observingText)
+        return;
+    m_currentTextField = textField;
+    if (EditableImportTableViewCell::cellForTextField(textField))
+        saveNewMetadataAndImport(false);
+}
+
+void ImportViewController::textFieldTextDidEndEditing(ImportTextField* textField) {
+    if (!m_observingText)
+        return;
+    m_currentTextField = textField;
+    if (EditableImportTableViewCell::cellForTextField(textField))
+        saveNewMetadataAndImport(false);
+    m_currentTextField = nullptr;
+}
+
+std::optional<EditedField> ImportViewController::editedField() const {
+    if (!m_currentTextField || m_currentTextField->tag() < 0 || m_currentTextField->tag() >= 10)
+        return std::nullopt;
+    return EditedField{m_currentTextField->tag(), m_currentTextField->text()};
+}
+
+void ImportViewController::saveNewMetadataAndImport(bool scaleArtwork) {
+    ImportSubmission::saveNewMetadataAndImport(m_importDict, scaleArtwork, editedField());
+}
+
+// --- media kind ----------------------------------------------------------------------------
+
+void ImportViewController::showMediaKindPicker() {
+    const QVariantMap kinds = MediaKinds::humanizedMediaKinds();
+    QStringList titles;
+    for (auto it = kinds.cbegin(); it != kinds.cend(); ++it)
+        titles.append(it.value().toString());
+    // Shown over the editor at once.
+    AlertController* sheet = AlertController::actionSheet(QString(), titles, localized("Cancel"),
+                                                          mediaKindPickerTag, this, {});
+    QPointer<AlertController> guard(sheet);
+    connect(sheet, &AlertController::willDismissWithButtonIndex, this, [this, guard](int index) {
+        if (guard)
+            actionSheet(guard, index);
+    });
+}
+
+void ImportViewController::actionSheet(AlertController* sheet, int buttonIndex) {
+    if (sheet && sheet->tag() == mediaKindPickerTag && buttonIndex != sheet->cancelButtonIndex() &&
+        buttonIndex >= 0 && buttonIndex < sheet->numberOfButtons()) {
+        const QString chosen = sheet->buttonTitleAtIndex(buttonIndex);
+        const QVariantMap kinds = MediaKinds::humanizedMediaKinds();
+        QString kind;
+        for (auto it = kinds.cbegin(); it != kinds.cend(); ++it) {
+            if (it.value().toString() == chosen)
+                kind = it.key();
+        }
+        if (!kind.isEmpty()) {
+            m_importDict.insert(mediaKindKey, kind);
+            // Only the row shows the kind's genre; the record keeps its own until the row is
+            // edited.
+            for (EditableImportTableViewCell* cell : m_cells.value(kind)) {
+                if (cell->fieldId() == ImportField::Genre)
+                    cell->textField()->setText(MediaKinds::defaultGenre(kind).value_or(QString()));
+            }
+        }
+    }
+    reloadData();
+}
+
+// --- artwork -------------------------------------------------------------------------------
+
+QString ImportViewController::artworkSearchTerm(const QVariantMap& metadata) {
+    const QString nil = QStringLiteral("(null)");
+    return QStringLiteral("%1+%2").arg(
+        describe(metadata.value(AVMetadataCommonKeyArtist)).value_or(nil),
+        describe(metadata.value(AVMetadataCommonKeyTitle)).value_or(nil));
+}
+
+void ImportViewController::openArtworkSearch() {
+    const QString term = artworkSearchTerm(m_importDict.value(metadataKey).toMap());
+    qCInfo(lcEditor).noquote() << "artwork search" << term;
+    m_tableView->deselectRowAtIndexPath({ImportEditorLayout::SourcesSection, 0}, true);
+}
+
+void ImportViewController::storeArtwork(const QByteArray& imageData) {
+    // A pick that cannot be encoded leaves the artwork as it was.
+    if (imageData.isEmpty())
+        return;
+    QVariantMap metadata = m_importDict.value(metadataKey).toMap();
+    metadata.insert(imageDataKey, imageData);
+    m_importDict.insert(metadataKey, metadata);
+}
+
+void ImportViewController::googleImagesDidFinishPickingImage(const QImage& image) {
+    storeArtwork(encoded(image, "PNG", -1));
+    reloadData();
+}
+
+void ImportViewController::openPhotoLibrary() {
+    auto* picker = new ImagePickerController;
+    picker->setDelegate(this);
+    if (Device::current().isPad()) {
+        m_popover = new PopoverController(picker);
+        m_popover->setDelegate(this);
+        m_popover->presentPopoverFromRect(
+            m_tableView->rectForRowAtIndexPath({ImportEditorLayout::SourcesSection, 1}),
+            m_tableView->widget(), true);
+        return;
+    }
+    presentViewController(picker, true);
+}
+
+void ImportViewController::imagePickerController(ImagePickerController* picker,
+                                                 const QVariantMap& info) {
+    storeArtwork(
+        encoded(info.value(ImagePickerController::originalImageKey).value<QImage>(), "JPEG", 100));
+    imagePickerControllerDidCancel(picker);
+    reloadData();
+}
+
+void ImportViewController::imagePickerControllerDidCancel(ImagePickerController* picker) {
+    if (m_popover && m_popover->content() == picker) {
+        m_popover->dismissPopoverAnimated(true);
+        m_popover = nullptr;
+    } else if (picker) {
+        picker->dismissViewControllerAnimated(true);
+    }
+    if (const auto selected = m_tableView->indexPathForSelectedRow())
+        m_tableView->deselectRowAtIndexPath(*selected, true);
+}
+
+void ImportViewController::popoverControllerDidDismissPopover(PopoverController* popover) {
+    Q_UNUSED(popover);
+    m_popover = nullptr;
+    if (const auto selected = m_tableView->indexPathForSelectedRow())
+        m_tableView->deselectRowAtIndexPath(*selected, true);
+}
+
+// --- preview -------------------------------------------------------------------------------
+
+void ImportViewController::previewMedia() {
+    qCInfo(lcEditor).noquote() << "preview" << m_importDict.value(pathKey).toString();
+    m_tableView->deselectRowAtIndexPath({ImportEditorLayout::PreviewSection, 0}, true);
+}
+
+// --- import and cancel ---------------------------------------------------------------------
+
+void ImportViewController::importButtonPressed() {
+    if (m_importDict.isEmpty())
+        return;
+    QWidget* over = navigationController();
+    if (!over)
+        over = this;
+    auto* hud = new MBProgressHUD(over);
+    hud->setColor(Qt::transparent);
+    hud->setBlurBackground(true);
+    hud->setLabelText(localized("Media Import Started"));
+    hud->setDetailsLabelText(localized("Import is now progressing"));
+    hud->setDetailsLabelFont(systemFont(14));
+    hud->setMinShowTime(4.0);
+    hud->setMode(MBProgressHUDMode::CustomView);
+    auto* checkmark = new QLabel;
+    checkmark->setGeometry(0, 0, 35, 41);
+    checkmark->setPixmap(BundleImages::imageNamed(QStringLiteral("checkmark.png")));
+    checkmark->setScaledContents(true);
+    hud->setCustomView(checkmark);
+    hud->setRemoveFromSuperViewOnHide(true);
+
+    // The field being edited is read here, on the main thread; the record then belongs to the
+    // worker until the work is done, while the overlay keeps the screen from being used.
+    const std::optional<EditedField> edited = editedField();
+    observeTextFields(false);
+    auto record = std::make_shared<QVariantMap>(std::exchange(m_importDict, {}));
+    QPointer<ImportViewController> self(this);
+    hud->showAnimated(
+        true, [record, edited] { ImportSubmission::submit(*record, edited); }, nullptr,
+        [self, record] {
+            if (!self)
+                return;
+            self->m_importDict = std::move(*record);
+            QPointer<QWidget> window = self->window();
+            ImportSubmission::finish(self->m_importDict, self->m_delegate, [window] {
+                if (window)
+                    window->showMinimized();
+            });
+        });
+}
+
+void ImportViewController::cancelButtonPressed() {
+    if (m_delegate)
+        m_delegate->ImportViewControllerDidCancel(ImportSubmission::cancelPath(m_importDict));
+}
+
+} // namespace tolvane

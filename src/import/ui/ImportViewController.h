@@ -1,0 +1,130 @@
+#pragma once
+
+#include "import/ImportSubmission.h"
+#include "platform/ui/ImagePickerController.h"
+#include "platform/ui/PopoverController.h"
+#include "platform/ui/Screen.h"
+#include "platform/ui/TableViewDataSource.h"
+
+#include <QImage>
+#include <QList>
+#include <QMap>
+#include <QPointer>
+#include <QVariantMap>
+
+class QToolButton;
+
+namespace tolvane {
+
+class AlertController;
+class EditableImportTableViewCell;
+class GroupedTableView;
+class ImportSelectCell;
+class ImportTextField;
+class ImportTumbnailCell;
+class MBProgressHUD;
+class TableViewCell;
+
+// The screen on which the user checks a media file's tags, artwork and kind before importing
+// it: a grouped table of the artwork, its sources, a preview row, the kind and the kind's
+// fields, under "Cancel" and "Import". Every keystroke is committed to the record at once.
+class ImportViewController : public Screen,
+                             public TableViewDataSource,
+                             public ImagePickerControllerDelegate,
+                             public PopoverControllerDelegate {
+    Q_OBJECT
+public:
+    // The sheet of kinds is told apart from any other by this tag.
+    static constexpr qint64 mediaKindPickerTag = 0xfeedcafe;
+
+    // From a recorded download and the kind it was recorded as; the file's tags are read unless
+    // the download is a video.
+    ImportViewController(const QVariantMap& handoff, const QString& mediaKind);
+    // From a record that is already whole (a file handed over by another application, the
+    // file browser's import actions).
+    explicit ImportViewController(const QVariantMap& record);
+    ~ImportViewController() override;
+
+    // Not owned: it must outlive the editor or be unset first.
+    ImportViewControllerDelegate* delegate() const { return m_delegate; }
+    void setDelegate(ImportViewControllerDelegate* delegate) { m_delegate = delegate; }
+
+    // The record being edited; empty once it has been submitted.
+    const QVariantMap& importDict() const { return m_importDict; }
+    // Kind to its editable rows, built once when the view loads; kinds named together share
+    // one list, and "ringtone" has none. The rows belong to the table.
+    const QMap<QString, QList<EditableImportTableViewCell*>>& cells() const { return m_cells; }
+    // The input being edited, or null.
+    ImportTextField* currentTextField() const;
+
+    GroupedTableView* tableView() const { return m_tableView; }
+    QToolButton* cancelButton() const { return m_cancelButton; }
+    QToolButton* importButton() const { return m_importButton; }
+
+    void importButtonPressed();
+    void cancelButtonPressed();
+    // Commits the field being edited into the record and, with the flag, sizes the artwork.
+    void saveNewMetadataAndImport(bool scaleArtwork);
+
+    void showMediaKindPicker();
+    // The sheet of kinds closes with a button.
+    void actionSheet(AlertController* actionSheet, int buttonIndex);
+
+    // The web search's pick: stored as PNG.
+    void googleImagesDidFinishPickingImage(const QImage& image);
+    // The photo library's pick: stored as JPEG at full quality.
+    void imagePickerController(ImagePickerController* picker, const QVariantMap& info) override;
+    void imagePickerControllerDidCancel(ImagePickerController* picker) override;
+    void popoverControllerDidDismissPopover(PopoverController* popover) override;
+
+    // What the web search is asked for: the artist and the title joined by a plus sign; a
+    // missing value reads "(null)".
+    static QString artworkSearchTerm(const QVariantMap& metadata);
+
+    // TableViewDataSource
+    int numberOfSectionsInTableView() const override;
+    int numberOfRowsInSection(int section) const override;
+    TableViewCell* cellForRowAtIndexPath(TableIndexPath indexPath) override;
+    QString titleForHeaderInSection(int section) const override;
+    qreal heightForHeaderInSection(int section) const override;
+    qreal heightForRowAtIndexPath(TableIndexPath indexPath) const override;
+    void didSelectRowAtIndexPath(TableIndexPath indexPath) override;
+
+protected:
+    void viewDidLoad() override;
+    void viewWillAppear(bool animated) override;
+    void viewWillDisappear(bool animated) override;
+
+private:
+    void buildRows();
+    EditableImportTableViewCell* makeRow(int fieldId, const QString& kind);
+    QString mediaKind() const;
+    void storeArtwork(const QByteArray& imageData);
+    void reloadData();
+    void observeTextFields(bool observe);
+    void textFieldTextDidChange(ImportTextField* textField);
+    void textFieldTextDidEndEditing(ImportTextField* textField);
+    std::optional<EditedField> editedField() const;
+
+    void openArtworkSearch();
+    void openPhotoLibrary();
+    void previewMedia();
+
+    QVariantMap m_importDict;
+    ImportViewControllerDelegate* m_delegate = nullptr;
+    QMap<QString, QList<EditableImportTableViewCell*>> m_cells;
+    QPointer<ImportTextField> m_currentTextField;
+    bool m_observingText = false;
+
+    GroupedTableView* m_tableView = nullptr;
+    ImportTumbnailCell* m_thumbnailCell = nullptr;
+    ImportSelectCell* m_searchCell = nullptr;
+    ImportSelectCell* m_libraryCell = nullptr;
+    ImportSelectCell* m_previewCell = nullptr;
+    TableViewCell* m_kindCell = nullptr;
+    QToolButton* m_cancelButton = nullptr;
+    QToolButton* m_importButton = nullptr;
+    QPointer<PopoverController> m_popover;
+};
+
+} // namespace tolvane
