@@ -3,6 +3,7 @@
 #include "app/ui/HintLabel.h"
 #include "platform/ui/ImageButton.h"
 #include "app/ui/ViewController.h"
+#include "import/ui/ImportViewController.h"
 #include "platform/Device.h"
 #include "platform/Paths.h"
 #include "platform/ui/MainWindow.h"
@@ -81,6 +82,8 @@ private Q_SLOTS:
     void dismissCompletesAfterTheScreenIsGone_data();
     void dismissCompletesAfterTheScreenIsGone();
     void navigationPushAndPop();
+    void importEditorCancel_data();
+    void importEditorCancel();
 
     void singleInstanceDelivers_data();
     void singleInstanceDelivers();
@@ -360,6 +363,44 @@ void TestMainScreen::navigationPushAndPop() {
     QCOMPARE(navigation->popViewControllerAnimated(false), nullptr);
     QCOMPARE(navigation->viewControllers(), QList<Screen*>{screen.main.data()});
     QTRY_VERIFY(second.isNull());
+}
+
+void TestMainScreen::importEditorCancel_data() {
+    QTest::addColumn<bool>("openIn");
+    QTest::addColumn<bool>("deleted");
+
+    QTest::newRow("recorded download: kept") << false << false;
+    QTest::newRow("handed over by another application: deleted") << true << true;
+}
+
+void TestMainScreen::importEditorCancel() {
+    QFETCH(bool, openIn);
+    QFETCH(bool, deleted);
+
+    ScopedDevice device(Idiom::Phone, QSizeF(390, 760), 2);
+    MainScreen screen = openMainScreen(QSize(390, 760));
+    QVERIFY(QTest::qWaitForWindowExposed(screen.window.get()));
+    const QString file = Paths::defaultDestinationFolder() + s("/Inbox/clip.mp3");
+    QVERIFY(writeFile(file, "not really audio"));
+
+    if (openIn)
+        screen.main->loadImportViewControllerWithDictionary({{s("path"), file}});
+    else
+        screen.main->loadImportViewControllerWithDictionary(
+            {{s("filePath"), file}, {s("name"), s("clip.mp3")}}, s("song"));
+    auto* navigation =
+        qobject_cast<NavigationController*>(screen.navigation->presentedViewController());
+    QVERIFY(navigation);
+    auto* editor = qobject_cast<ImportViewController*>(navigation->topViewController());
+    QVERIFY(editor);
+    QCOMPARE(editor->delegate(), static_cast<ImportViewControllerDelegate*>(screen.main.data()));
+    QTRY_VERIFY(editor->isVisible());
+
+    QTest::mouseClick(editor->cancelButton(), Qt::LeftButton);
+    // Nothing is deleted before the editor has left the screen.
+    QVERIFY(QFile::exists(file));
+    QTRY_VERIFY(!screen.navigation->presentedViewController());
+    QTRY_COMPARE(QFile::exists(file), !deleted);
 }
 
 // --- one running instance ------------------------------------------------------------------

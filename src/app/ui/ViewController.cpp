@@ -3,12 +3,16 @@
 #include "app/MainScreenLayout.h"
 #include "app/Preferences.h"
 #include "app/ui/HintLabel.h"
-#include "platform/ui/ImageButton.h"
+#include "import/ui/ImportViewController.h"
 #include "platform/Device.h"
 #include "platform/DeviceNotifications.h"
 #include "platform/Localisation.h"
 #include "platform/ui/BundleImages.h"
+#include "platform/ui/ImageButton.h"
+#include "platform/ui/NavigationController.h"
 
+#include <QDir>
+#include <QFileInfo>
 #include <QFontMetricsF>
 #include <QLabel>
 #include <QLoggingCategory>
@@ -140,12 +144,35 @@ void ViewController::openDirectoryPicker(const QString& folder) {
 
 void ViewController::loadImportViewControllerWithDictionary(const QVariantMap& record,
                                                             const QString& mediaKind) {
-    qCInfo(lcMainScreen).noquote()
-        << "import" << mediaKind << record.value(QStringLiteral("filePath")).toString();
+    auto* editor = new ImportViewController(record, mediaKind);
+    editor->setDelegate(this);
+    presentImportEditor(editor);
 }
 
 void ViewController::loadImportViewControllerWithDictionary(const QVariantMap& record) {
-    qCInfo(lcMainScreen).noquote() << "open in" << record.value(QStringLiteral("path")).toString();
+    auto* editor = new ImportViewController(record);
+    editor->setDelegate(this);
+    presentImportEditor(editor);
+}
+
+void ViewController::presentImportEditor(Screen* editor) {
+    presentViewController(new NavigationController(editor), true);
+}
+
+void ViewController::ImportViewControllerDidCancel(const QString& path) {
+    dismissViewControllerAnimated(true, [path] {
+        if (path.isNull())
+            return;
+        // Errors are ignored: the file may already be gone.
+        if (QFileInfo(path).isDir() && !QFileInfo(path).isSymLink())
+            QDir(path).removeRecursively();
+        else
+            QFile::remove(path);
+    });
+}
+
+void ViewController::ImportViewControllerDidStart() {
+    dismissViewControllerAnimated(true, nullptr);
 }
 
 void ViewController::dismissViewControllerAnimated(bool animated,

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "app/HandoffTarget.h"
+#include "import/ImportSubmission.h"
 #include "platform/ui/Screen.h"
 
 #include <QFont>
@@ -16,7 +17,9 @@ class ImageButton;
 // The main screen: one large "Browse" button and a hint line at the bottom. Every way into
 // the application's work passes here: it presents the directory picker and the import
 // editor, and carries out what a hand-off URL asks.
-class ViewController : public Screen, public HandoffTarget {
+class ViewController : public Screen,
+                       public HandoffTarget,
+                       public ImportViewControllerDelegate {
     Q_OBJECT
 public:
     explicit ViewController(QWidget* parent = nullptr);
@@ -32,6 +35,11 @@ public:
                                                 const QString& mediaKind) override;
     void loadImportViewControllerWithDictionary(const QVariantMap& record) override;
     void dismissViewControllerAnimated(bool animated, std::function<void()> completion) override;
+
+    // The editor is closed; a path given is that of a file handed over by another application
+    // whose import was declined, and is deleted once the editor has gone.
+    void ImportViewControllerDidCancel(const QString& path) override;
+    void ImportViewControllerDidStart() override;
 
     // Lays out the hint line and fades it in. The notification itself is not read.
     void orientationChanged();
@@ -50,6 +58,7 @@ protected:
 
 private:
     void openDirectoryPicker(const QString& folder);
+    void presentImportEditor(Screen* editor);
     void centreButton();
 
     HintLabel* m_label = nullptr;
