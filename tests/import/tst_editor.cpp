@@ -479,6 +479,9 @@ void TestEditor::importSubmits() {
     QVERIFY(hud->blurBackground());
     QCOMPARE(hud->mode(), MBProgressHUDMode::CustomView);
     QCOMPARE(hud->customView()->size(), QSize(35, 41));
+    QTest::qWait(MBProgressHUD::fadeDurationMs + 50);
+    QVERIFY(open->window->grab().save(
+        QCoreApplication::applicationDirPath() + s("/editor-importing.png"), "PNG"));
 
     QTRY_COMPARE_WITH_TIMEOUT(delegate.calls, calls, 8000);
     QVERIFY2(timer.elapsed() >= 4000, qPrintable(QString::number(timer.elapsed())));
