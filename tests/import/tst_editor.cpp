@@ -8,6 +8,7 @@
 #include "import/ui/ImportTextField.h"
 #include "import/ui/ImportTumbnailCell.h"
 #include "import/ui/ImportViewController.h"
+#include "import/ui/PlayerWindow.h"
 #include "overlay/MBProgressHUD.h"
 #include "platform/Device.h"
 #include "platform/Paths.h"
@@ -176,6 +177,7 @@ private Q_SLOTS:
     void importSubmits();
     void cancel_data();
     void cancel();
+    void previewMedia();
     void photoLibrary_data();
     void photoLibrary();
     void layoutAndLook_data();
@@ -539,6 +541,26 @@ void TestEditor::cancel() {
     QCOMPARE(delegate.calls, calls);
     QVERIFY(m_importer->records().isEmpty());
     QVERIFY(!editor->importDict().isEmpty());
+}
+
+void TestEditor::previewMedia() {
+    ScopedDevice device(Idiom::Phone, QSizeF(390, 760), 2);
+    auto* editor = new ImportViewController(QVariantMap{{s("path"), m_plain}});
+    const auto open = present(editor, QSize(390, 760));
+    QVERIFY(open);
+    QTRY_VERIFY(editor->isVisible());
+
+    click(rowCell(editor, 2, 0));
+    auto* player = qobject_cast<PlayerWindow*>(open->navigation->presentedViewController());
+    QVERIFY(player);
+    QCOMPARE(player->path(), m_plain);
+    QVERIFY(player->shouldAutoplay());
+    QTRY_VERIFY(player->isVisible());
+    QVERIFY(rowCell(editor, 2, 0)->isSelected());
+
+    player->closePlayer();
+    QTRY_VERIFY(!open->navigation->presentedViewController());
+    QVERIFY(!rowCell(editor, 2, 0)->isSelected());
 }
 
 void TestEditor::photoLibrary_data() {

@@ -8,6 +8,7 @@
 #include "import/ui/ImportSelectCell.h"
 #include "import/ui/ImportTextField.h"
 #include "import/ui/ImportTumbnailCell.h"
+#include "import/ui/PlayerWindow.h"
 #include "overlay/MBProgressHUD.h"
 #include "platform/Device.h"
 #include "platform/Localisation.h"
@@ -469,8 +470,8 @@ void ImportViewController::popoverControllerDidDismissPopover(PopoverController*
 // --- preview -------------------------------------------------------------------------------
 
 void ImportViewController::previewMedia() {
-    qCInfo(lcEditor).noquote() << "preview" << m_importDict.value(pathKey).toString();
-    m_tableView->deselectRowAtIndexPath({ImportEditorLayout::PreviewSection, 0}, true);
+    // Full screen, playing at once; the row is deselected when the editor shows again.
+    presentViewController(new PlayerWindow(m_importDict.value(pathKey).toString()), true);
 }
 
 // --- import and cancel ---------------------------------------------------------------------
