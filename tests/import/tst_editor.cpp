@@ -177,6 +177,8 @@ private Q_SLOTS:
     void importSubmits();
     void cancel_data();
     void cancel();
+    void artworkSearchTerm_data();
+    void artworkSearchTerm();
     void previewMedia();
     void photoLibrary_data();
     void photoLibrary();
@@ -541,6 +543,26 @@ void TestEditor::cancel() {
     QCOMPARE(delegate.calls, calls);
     QVERIFY(m_importer->records().isEmpty());
     QVERIFY(!editor->importDict().isEmpty());
+}
+
+void TestEditor::artworkSearchTerm_data() {
+    QTest::addColumn<QVariantMap>("metadata");
+    QTest::addColumn<QString>("term");
+
+    QTest::newRow("artist and title")
+        << QVariantMap{{s("artist"), s("The Pilots")}, {s("title"), s("Harbour Song")}}
+        << s("The Pilots+Harbour Song");
+    QTest::newRow("empty artist") << QVariantMap{{s("artist"), s("")}, {s("title"), s("Clip")}}
+                                  << s("+Clip");
+    QTest::newRow("no artist, numeric title")
+        << QVariantMap{{s("title"), 1984}} << s("(null)+1984");
+    QTest::newRow("nothing") << QVariantMap{} << s("(null)+(null)");
+}
+
+void TestEditor::artworkSearchTerm() {
+    QFETCH(QVariantMap, metadata);
+    QFETCH(QString, term);
+    QCOMPARE(ImportViewController::artworkSearchTerm(metadata), term);
 }
 
 void TestEditor::previewMedia() {
