@@ -321,6 +321,7 @@ void TestEditor::rowsOfKind() {
     QVERIFY(!qobject_cast<ImportTextField*>(QApplication::focusWidget()));
     QVERIFY(!editor->currentTextField());
     const auto* thumbnail = qobject_cast<ImportTumbnailCell*>(rowCell(editor, 0, 0));
+    QTRY_VERIFY(!thumbnail->isLoadingArtwork());
     QCOMPARE(!thumbnail->imgView()->image().isNull(), artwork);
     // Showing the rows changes nothing in the record.
     QCOMPARE(editor->importDict().value(s("mediaKind")).toString().isEmpty(), false);
@@ -614,6 +615,8 @@ void TestEditor::photoLibrary() {
     QVERIFY(open);
     QTRY_VERIFY(editor->isVisible());
     const QByteArray before = metadataOf(editor).value(s("imageData")).toByteArray();
+    const auto* thumbnail = qobject_cast<ImportTumbnailCell*>(rowCell(editor, 0, 0));
+    QTRY_VERIFY(!thumbnail->isLoadingArtwork());
     const QImage shownBefore =
         qobject_cast<ImportTumbnailCell*>(rowCell(editor, 0, 0))->imgView()->image();
 
@@ -645,6 +648,7 @@ void TestEditor::photoLibrary() {
     QVERIFY(!editor->tableView()->indexPathForSelectedRow());
 
     const QByteArray after = metadataOf(editor).value(s("imageData")).toByteArray();
+    QTRY_VERIFY(!thumbnail->isLoadingArtwork());
     const QImage shown =
         qobject_cast<ImportTumbnailCell*>(rowCell(editor, 0, 0))->imgView()->image();
     if (replaced) {

@@ -5,9 +5,13 @@
 #include "platform/ui/ImageView.h"
 
 #include <QBuffer>
+#include <QFutureWatcher>
 #include <QImageReader>
+#include <QPromise>
+#include <QThreadPool>
 
 #include <cmath>
+#include <memory>
 
 namespace tolvane {
 
@@ -44,15 +48,43 @@ ImportTumbnailCell::ImportTumbnailCell(QWidget* parent)
 }
 
 void ImportTumbnailCell::setArtwork(const QByteArray& imageData) {
-    if (m_decoded && imageData == m_artwork)
+    const bool same = m_decoded && imageData.size() == m_artwork.size() &&
+                      (imageData.constData() == m_artwork.constData() || imageData == m_artwork);
+    if (same)
         return;
     m_artwork = imageData;
     m_decoded = true;
+    const quint64 generation = ++m_generation;
+    m_imgView->setImage(QImage());
+    if (imageData.isEmpty()) {
+        m_loading = false;
+        Q_EMIT artworkShown();
+        return;
+    }
+    m_loading = true;
     const DeviceTraits& device = Device::current();
     const qreal scale = device.scale() > 0 ? device.scale() : devicePixelRatioF();
-    QImage image =
-        decodeForSquare(imageData, ImportEditorLayout::artworkSide(device.screenBounds()) * scale);
-    m_imgView->setImage(image);
+    const qreal side = ImportEditorLayout::artworkSide(device.screenBounds()) * scale;
+
+    // The watcher belongs to the cell, so a result that arrives after the cell has gone is
+    // dropped with it.
+    auto promise = std::make_shared<QPromise<QImage>>();
+    auto* watcher = new QFutureWatcher<QImage>(this);
+    connect(watcher, &QFutureWatcherBase::finished, this, [this, watcher, generation] {
+        watcher->deleteLater();
+        if (generation != m_generation)
+            return;
+        const QFuture<QImage> future = watcher->future();
+        m_imgView->setImage(future.resultCount() > 0 ? future.result() : QImage());
+        m_loading = false;
+        Q_EMIT artworkShown();
+    });
+    watcher->setFuture(promise->future());
+    promise->start();
+    QThreadPool::globalInstance()->start([promise, imageData, side] {
+        promise->addResult(decodeForSquare(imageData, side));
+        promise->finish();
+    });
 }
 
 void ImportTumbnailCell::layoutSubviews() {

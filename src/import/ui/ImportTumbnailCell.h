@@ -9,8 +9,8 @@ namespace tolvane {
 class ImageView;
 
 // The artwork preview: a square image, centred, 10 from the top, filling its square and cut
-// at its edges. The artwork is decoded once, at the size the square needs on this screen, so
-// a large cover costs one reduced decode and repaints only copy it.
+// at its edges. The artwork is decoded once, off the main thread, at the size the square needs
+// on this screen, so a large cover neither holds up the editor nor costs anything on repaint.
 class ImportTumbnailCell : public TableViewCell {
     Q_OBJECT
 public:
@@ -21,6 +21,12 @@ public:
 
     // Bytes that are not an image leave the square empty. Unchanged bytes are not decoded again.
     void setArtwork(const QByteArray& imageData);
+    // True from setArtwork() until the decoded image is shown.
+    bool isLoadingArtwork() const { return m_loading; }
+
+Q_SIGNALS:
+    // The artwork last set is shown (or, for bytes that are not an image, the empty square).
+    void artworkShown();
 
 protected:
     void layoutSubviews() override;
@@ -30,6 +36,8 @@ private:
     ImageView* m_imgView;
     QByteArray m_artwork;
     bool m_decoded = false;
+    bool m_loading = false;
+    quint64 m_generation = 0; // results of older decodes are dropped
 };
 
 } // namespace tolvane
