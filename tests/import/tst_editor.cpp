@@ -1,3 +1,4 @@
+#include "HttpTestServer.h"
 #include "TestSupport.h"
 #include "import/ImportEditorLayout.h"
 #include "import/ImportSubmission.h"
@@ -19,7 +20,12 @@
 #include "platform/ui/MainWindow.h"
 #include "platform/ui/NavigationBar.h"
 #include "platform/ui/NavigationController.h"
+#include "platform/ui/NavigationItem.h"
 #include "platform/ui/PopoverController.h"
+#include "search/ui/CollectionView.h"
+#include "search/ui/CollectionViewCell.h"
+#include "search/ui/DetailView.h"
+#include "search/ui/GoogleImagesCollectionVC.h"
 
 #include <QAbstractButton>
 #include <QApplication>
@@ -29,6 +35,7 @@
 #include <QLabel>
 #include <QMutex>
 #include <QPointer>
+#include <QPushButton>
 #include <QTemporaryDir>
 #include <QTest>
 #include <QThread>
@@ -179,6 +186,8 @@ private Q_SLOTS:
     void cancel();
     void artworkSearchTerm_data();
     void artworkSearchTerm();
+    void artworkFromWebSearch_data();
+    void artworkFromWebSearch();
     void previewMedia();
     void photoLibrary_data();
     void photoLibrary();
@@ -564,6 +573,72 @@ void TestEditor::artworkSearchTerm() {
     QFETCH(QVariantMap, metadata);
     QFETCH(QString, term);
     QCOMPARE(ImportViewController::artworkSearchTerm(metadata), term);
+}
+
+void TestEditor::artworkFromWebSearch_data() {
+    QTest::addColumn<bool>("pick");
+    QTest::newRow("picked") << true;
+    QTest::newRow("cancelled") << false;
+}
+
+void TestEditor::artworkFromWebSearch() {
+    QFETCH(bool, pick);
+
+    // The search service on 127.0.0.1 with one result: a 100 x 100 thumbnail, a 60 x 40 image.
+    HttpTestServer server;
+    QVERIFY(server.listen());
+    qputenv("TOLVANE_SEARCH_URL", server.base().toUtf8());
+    const QByteArray base = server.base().toUtf8();
+    server.route("/search",
+                 HttpTestServer::ok("<div class=\"rg_di rg_bx\"><a href=\"/imgres?imgurl=" + base +
+                                    "/full.png&amp;imgrefurl=" + base +
+                                    "/page&amp;h=40\"></a><div class=\"rg_meta\">"
+                                    "{\"id\":\"r0\",\"tu\":\"" +
+                                    base + "/thumb.png\",\"th\":100}</div></div>"));
+    server.route("/thumb.png", HttpTestServer::ok(png({100, 100}, Qt::yellow), "image/png"));
+    server.route("/full.png", HttpTestServer::ok(png({60, 40}, Qt::darkBlue), "image/png"));
+
+    ScopedDevice device(Idiom::Phone, QSizeF(390, 760), 2);
+    auto* editor = new ImportViewController(
+        QVariantMap{{s("name"), s("Harbour Song.mp3")}, {s("filePath"), m_song}}, s("song"));
+    const auto open = present(editor, QSize(390, 760));
+    QVERIFY(open);
+    QTRY_VERIFY(editor->isVisible());
+    const QByteArray before = metadataOf(editor).value(s("imageData")).toByteArray();
+
+    click(rowCell(editor, 1, 0));
+    auto* navigation =
+        qobject_cast<NavigationController*>(open->navigation->presentedViewController());
+    QVERIFY(navigation);
+    QPointer<GoogleImagesCollectionVC> search =
+        qobject_cast<GoogleImagesCollectionVC*>(navigation->topViewController());
+    QVERIFY(search);
+    QCOMPARE(search->searchTerm(), s("The Pilots+Harbour Song"));
+    QCOMPARE(search->delegate(), static_cast<GoogleImagesSearchDelegate*>(editor));
+
+    if (pick) {
+        QTRY_VERIFY(search->collectionView()->cellForItemAtIndexPath({0, 0}));
+        const QRect cell = search->collectionView()->cellForItemAtIndexPath({0, 0})->geometry();
+        QTest::mouseClick(search->collectionView()->viewport(), Qt::LeftButton, {}, cell.center());
+        QVERIFY(search->detailView());
+        QTRY_VERIFY(search->detailView()->selectButton()->isVisible());
+        click(search->detailView()->selectButton());
+    } else {
+        click(search->navigationItem()->leftBarButton());
+    }
+    QTRY_VERIFY(search.isNull());
+    QTRY_VERIFY(!open->navigation->presentedViewController());
+    qunsetenv("TOLVANE_SEARCH_URL");
+
+    const QByteArray after = metadataOf(editor).value(s("imageData")).toByteArray();
+    if (pick) {
+        QVERIFY(after.startsWith("\x89PNG"));
+        const QImage stored = QImage::fromData(after);
+        QCOMPARE(stored.size(), QSize(60, 40));
+        QCOMPARE(stored.pixelColor(30, 20).rgb(), QColor(Qt::darkBlue).rgb());
+    } else {
+        QCOMPARE(after, before);
+    }
 }
 
 void TestEditor::previewMedia() {

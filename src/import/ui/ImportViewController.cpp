@@ -19,10 +19,12 @@
 #include "platform/ui/GroupedTableView.h"
 #include "platform/ui/NavigationController.h"
 #include "platform/ui/NavigationItem.h"
+#include "search/GoogleImageLayout.h"
+#include "search/ui/DetailView.h" // completes the results screen's inline accessors
+#include "search/ui/GoogleImagesCollectionVC.h"
 
 #include <QBuffer>
 #include <QLabel>
-#include <QLoggingCategory>
 #include <QToolButton>
 #include <QVBoxLayout>
 
@@ -31,8 +33,6 @@
 namespace tolvane {
 
 namespace {
-
-Q_LOGGING_CATEGORY(lcEditor, "tolvane.import.editor")
 
 const QString mediaKindKey = QStringLiteral("mediaKind");
 const QString metadataKey = QStringLiteral("metadata");
@@ -94,6 +94,8 @@ ImportViewController::ImportViewController(const QVariantMap& record)
     : m_importDict(ImportRecord::fromWholeRecord(record)) {}
 
 ImportViewController::~ImportViewController() {
+    if (m_artworkSearch)
+        m_artworkSearch->setDelegate(nullptr);
     if (m_popover) {
         m_popover->setDelegate(nullptr);
         if (auto* picker = qobject_cast<ImagePickerController*>(m_popover->content()))
@@ -408,9 +410,13 @@ QString ImportViewController::artworkSearchTerm(const QVariantMap& metadata) {
 }
 
 void ImportViewController::openArtworkSearch() {
-    const QString term = artworkSearchTerm(m_importDict.value(metadataKey).toMap());
-    qCInfo(lcEditor).noquote() << "artwork search" << term;
-    m_tableView->deselectRowAtIndexPath({ImportEditorLayout::SourcesSection, 0}, true);
+    auto* search = new GoogleImagesCollectionVC(
+        artworkSearchTerm(m_importDict.value(metadataKey).toMap()), new GoogleImageLayout);
+    search->setDelegate(this);
+    m_artworkSearch = search;
+    // Presented by the editor's navigation controller; the row is deselected when the editor
+    // shows again.
+    presentViewController(new NavigationController(search), true);
 }
 
 void ImportViewController::storeArtwork(const QByteArray& imageData) {

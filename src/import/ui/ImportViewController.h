@@ -5,6 +5,7 @@
 #include "platform/ui/PopoverController.h"
 #include "platform/ui/Screen.h"
 #include "platform/ui/TableViewDataSource.h"
+#include "search/ui/GoogleImagesSearchDelegate.h"
 
 #include <QImage>
 #include <QList>
@@ -17,6 +18,7 @@ class QToolButton;
 namespace tolvane {
 
 class AlertController;
+class GoogleImagesCollectionVC;
 class EditableImportTableViewCell;
 class GroupedTableView;
 class ImportSelectCell;
@@ -30,6 +32,7 @@ class TableViewCell;
 // fields, under "Cancel" and "Import". Every keystroke is committed to the record at once.
 class ImportViewController : public Screen,
                              public TableViewDataSource,
+                             public GoogleImagesSearchDelegate,
                              public ImagePickerControllerDelegate,
                              public PopoverControllerDelegate {
     Q_OBJECT
@@ -71,7 +74,7 @@ public:
     void actionSheet(AlertController* actionSheet, int buttonIndex);
 
     // The web search's pick: stored as PNG.
-    void googleImagesDidFinishPickingImage(const QImage& image);
+    void googleImagesDidFinishPickingImage(const QImage& image) override;
     // The photo library's pick: stored as JPEG at full quality.
     void imagePickerController(ImagePickerController* picker, const QVariantMap& info) override;
     void imagePickerControllerDidCancel(ImagePickerController* picker) override;
@@ -125,6 +128,7 @@ private:
     QToolButton* m_cancelButton = nullptr;
     QToolButton* m_importButton = nullptr;
     QPointer<PopoverController> m_popover;
+    QPointer<GoogleImagesCollectionVC> m_artworkSearch;
 };
 
 } // namespace tolvane
