@@ -35,5 +35,6 @@ QList<Command> mediaCommands();
 QList<Command> imageCommands();
 QList<Command> searchCommands();
 QList<Command> libraryCommands();
+QList<Command> browserCommands();
 
 } // namespace tolvane::cli

@@ -15,7 +15,7 @@ int fail(const QString& message) {
 
 QList<Command> allCommands() {
     return foundationCommands() + mediaCommands() + imageCommands() + searchCommands() +
-           libraryCommands();
+           libraryCommands() + browserCommands();
 }
 
 } // namespace tolvane::cli

@@ -52,6 +52,8 @@ private Q_SLOTS:
     void demoDevice();
     void searchCommands_data();
     void searchCommands();
+    void browserCommands_data();
+    void browserCommands();
 
 private:
     // Runs tolvane-cli with the arguments; extra environment entries are "NAME=value".
@@ -502,6 +504,69 @@ void TestCli::searchCommands() {
     QCOMPARE(printed, QJsonDocument::fromJson(out));
     if (arguments.first() == s("search"))
         QVERIFY(m_server.requests().constLast().head.contains("GET /search?espv=2&"));
+}
+
+void TestCli::browserCommands_data() {
+    QTest::addColumn<QStringList>("arguments");
+    QTest::addColumn<int>("exitCode");
+    // The printed array, its rows ordered by name for "list".
+    QTest::addColumn<QByteArray>("printed");
+
+    const QString folder = m_device.filePath(s("browse"));
+    QDir().mkpath(folder + s("/sub"));
+    QFile::copy(s(TOLVANE_MEDIA_FIXTURES "/id3v24.mp3"), folder + s("/song.mp3"));
+    writeFile(folder + s("/.hidden"), "x");
+    writeFile(folder + s("/notes.zip"), "x");
+    writeFile(folder + s("/clip.MOV"), "x");
+    QFile::link(folder + s("/song.mp3"), folder + s("/link"));
+
+    const QString root = s("--root");
+    QTest::newRow("list")
+        << QStringList{s("list"), root, m_device.path(), folder} << 0
+        << QByteArray(
+               R"([{"enabled":false,"icon":"unknown.png","isDir":false,"name":"clip.MOV","path":"F/clip.MOV"},)"
+               R"({"enabled":true,"icon":"unknown.png","isDir":false,"name":"link","path":"F/link"},)"
+               R"({"enabled":false,"icon":"box.png","isDir":false,"name":"notes.zip","path":"F/notes.zip"},)"
+               R"({"enabled":true,"icon":"audio.png","isDir":false,"name":"song.mp3","path":"F/song.mp3"},)"
+               R"({"enabled":true,"icon":"folder.png","isDir":true,"name":"sub","path":"F/sub"}])")
+               .replace("F/", folder.toUtf8() + '/');
+    QTest::newRow("list of a file")
+        << QStringList{s("list"), folder + s("/song.mp3")} << 2 << QByteArray();
+    QTest::newRow("actions of a link to audio")
+        << QStringList{s("actions"), root, m_device.path(), folder + s("/link")} << 0
+        << QByteArray(R"(["PlayMediaActivity","ImportiTunesAudioActivity","DeleteFileActivity",)"
+                      R"("OpenInActivity"])");
+    QTest::newRow("actions of a video")
+        << QStringList{s("actions"), folder + s("/clip.MOV")} << 0
+        << QByteArray(R"(["PlayMediaActivity","ImportiTunesAudioActivity",)"
+                      R"("ImportiTunesVideoActivity","DeleteFileActivity","OpenInActivity",)"
+                      R"("com.apple.UIKit.activity.SaveToCameraRoll"])");
+    QTest::newRow("actions of another file")
+        << QStringList{s("actions"), folder + s("/notes.zip")} << 0
+        << QByteArray(R"(["PreviewActivity","DeleteFileActivity","OpenInActivity"])");
+    QTest::newRow("actions of nothing")
+        << QStringList{s("actions"), folder + s("/gone")} << 2 << QByteArray();
+}
+
+void TestCli::browserCommands() {
+    QFETCH(QStringList, arguments);
+    QFETCH(int, exitCode);
+    QFETCH(QByteArray, printed);
+    const Run result = run(arguments);
+    QCOMPARE(result.exitCode, exitCode);
+    if (exitCode != 0)
+        return;
+    QJsonArray array = QJsonDocument::fromJson(result.out).array();
+    if (arguments.first() == s("list")) {
+        QList<QJsonValue> rows(array.begin(), array.end());
+        std::sort(rows.begin(), rows.end(), [](const QJsonValue& a, const QJsonValue& b) {
+            return a[s("name")].toString() < b[s("name")].toString();
+        });
+        array = QJsonArray();
+        for (const QJsonValue& row : rows)
+            array.append(row);
+    }
+    QCOMPARE(QJsonDocument(array).toJson(QJsonDocument::Compact), printed);
 }
 
 QTEST_GUILESS_MAIN(TestCli)

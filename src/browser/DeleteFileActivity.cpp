@@ -1,0 +1,34 @@
+#include "DeleteFileActivity.h"
+
+#include "browser/DirectoryListing.h"
+#include "platform/Localisation.h"
+
+#include <QFile>
+
+namespace tolvane {
+
+QString DeleteFileActivity::activityTitle() const {
+    return localized("Delete");
+}
+
+bool DeleteFileActivity::canPerformWithActivityItems(const QVariantList& items) const {
+    return std::any_of(items.cbegin(), items.cend(), &Activity::isExistingFileUrl);
+}
+
+void DeleteFileActivity::prepareWithActivityItems(const QVariantList& items) {
+    for (const QVariant& item : items) {
+        if (item.metaType() == QMetaType::fromType<QUrl>()) {
+            const QUrl url = item.toUrl();
+            m_filePath = url.isLocalFile() ? url.toLocalFile() : url.path();
+        }
+    }
+}
+
+void DeleteFileActivity::performActivity() {
+    DirectoryListing::removeItemAtPath(QFile::encodeName(m_filePath));
+    if (m_delegate)
+        m_delegate->DeleteFileActivityFinishedSuccessfully();
+    activityDidFinish(true);
+}
+
+} // namespace tolvane

@@ -1,0 +1,155 @@
+#include "DirectoryListing.h"
+
+#include <QFile>
+
+#include <dirent.h>
+#include <fcntl.h>
+#include <ftw.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace tolvane {
+
+namespace {
+
+QByteArray joined(const QByteArray& folder, const char* name) {
+    QByteArray path = folder;
+    if (!path.endsWith('/'))
+        path += '/';
+    path += name;
+    return path;
+}
+
+QByteArray parentOf(const QByteArray& path) {
+    const qsizetype slash = path.lastIndexOf('/');
+    if (slash <= 0)
+        return slash == 0 ? QByteArray("/") : QByteArray();
+    return path.left(slash);
+}
+
+QByteArray lastComponent(const QByteArray& path) {
+    QByteArray trimmed = path;
+    while (trimmed.size() > 1 && trimmed.endsWith('/'))
+        trimmed.chop(1);
+    return trimmed.mid(trimmed.lastIndexOf('/') + 1);
+}
+
+bool isSymbolicLink(const QByteArray& path) {
+    struct stat info {};
+    return ::lstat(path.constData(), &info) == 0 && S_ISLNK(info.st_mode);
+}
+
+QByteArray linkDestination(const QByteArray& path) {
+    QByteArray buffer(PATH_MAX, '\0');
+    const ssize_t length = ::readlink(path.constData(), buffer.data(), size_t(buffer.size()));
+    if (length <= 0)
+        return {};
+    buffer.truncate(length);
+    return buffer;
+}
+
+// The canonical form of a path, or nothing when it does not resolve.
+QByteArray canonical(const QByteArray& path) {
+    char* resolved = ::realpath(path.constData(), nullptr);
+    if (!resolved)
+        return {};
+    QByteArray result(resolved);
+    ::free(resolved);
+    return result;
+}
+
+// True when removing `target` would take `inside` with it (or is the whole file system).
+bool holds(const QByteArray& target, const QByteArray& inside) {
+    const QByteArray outer = canonical(target);
+    if (outer.isEmpty())
+        return false;
+    if (outer == "/")
+        return true;
+    const QByteArray inner = canonical(inside);
+    return !inner.isEmpty() && (inner == outer || inner.startsWith(outer + '/'));
+}
+
+int removeOne(const char* path, const struct stat*, int type, struct FTW*) {
+    if (type == FTW_DP)
+        ::rmdir(path);
+    else
+        ::unlink(path);
+    return 0;
+}
+
+} // namespace
+
+QList<PSDirectoryPickerEntry> DirectoryListing::rebuildFileList(const QString& folder) {
+    return rebuildFileList(QFile::encodeName(folder));
+}
+
+QList<PSDirectoryPickerEntry> DirectoryListing::rebuildFileList(const QByteArray& nativeFolder) {
+    QList<PSDirectoryPickerEntry> entries;
+    if (nativeFolder.isEmpty())
+        return entries;
+    DIR* folder = ::opendir(nativeFolder.constData());
+    if (!folder)
+        return entries;
+    const int folderFd = ::dirfd(folder);
+    const QByteArray prefix = nativeFolder.endsWith('/') ? nativeFolder : nativeFolder + '/';
+    while (const dirent* item = ::readdir(folder)) {
+        const char* name = item->d_name;
+        if (name[0] == '.' || name[0] == ':')
+            continue;
+        bool isDir = item->d_type == DT_DIR;
+        if (item->d_type == DT_LNK || item->d_type == DT_UNKNOWN) {
+            struct stat info {};
+            isDir = ::fstatat(folderFd, name, &info, 0) == 0 && S_ISDIR(info.st_mode);
+        }
+        entries.append(PSDirectoryPickerEntry(prefix + name, prefix.size(), isDir));
+    }
+    ::closedir(folder);
+    return entries;
+}
+
+QByteArray DirectoryListing::resolvedPath(const QByteArray& nativePath) {
+    if (!isSymbolicLink(nativePath))
+        return nativePath;
+    const QByteArray destination = linkDestination(nativePath);
+    if (destination.isEmpty() || destination.startsWith('/'))
+        return destination.isEmpty() ? nativePath : destination;
+    return joined(parentOf(nativePath), destination.constData());
+}
+
+QByteArray DirectoryListing::companionArtworkPath(const QByteArray& target) {
+    QByteArray stem = lastComponent(target);
+    const qsizetype dot = stem.lastIndexOf('.');
+    if (dot > 0)
+        stem.truncate(dot);
+    const QByteArray twoUp = parentOf(parentOf(target));
+    return joined(joined(twoUp, "Artwork"), (stem + ".jpeg").constData());
+}
+
+void DirectoryListing::deleteEntry(const PSDirectoryPickerEntry& entry) {
+    const QByteArray path = entry.nativePath();
+    if (isSymbolicLink(path)) {
+        const QByteArray target = resolvedPath(path);
+        if (target != path && !holds(target, parentOf(path))) {
+            removeItemAtPath(target);
+            const QByteArray artwork = companionArtworkPath(target);
+            if (::access(artwork.constData(), F_OK) == 0)
+                removeItemAtPath(artwork);
+        }
+    }
+    removeItemAtPath(path);
+}
+
+void DirectoryListing::removeItemAtPath(const QByteArray& nativePath) {
+    struct stat info {};
+    if (nativePath.isEmpty() || ::lstat(nativePath.constData(), &info) != 0)
+        return;
+    if (!S_ISDIR(info.st_mode)) {
+        ::unlink(nativePath.constData());
+        return;
+    }
+    if (canonical(nativePath) == "/")
+        return;
+    ::nftw(nativePath.constData(), removeOne, 32, FTW_DEPTH | FTW_PHYS);
+}
+
+} // namespace tolvane

@@ -1,0 +1,37 @@
+#pragma once
+
+#include "browser/PSDirectoryPickerEntry.h"
+
+#include <QList>
+
+namespace tolvane {
+
+// Reading and changing one folder of the file browser. Paths are handled as the bytes the file
+// system uses, so that any name it holds can be listed, opened and removed. Every file-system
+// error is ignored: an unreadable folder lists as empty, a failed removal leaves the entry.
+class DirectoryListing {
+public:
+    // The folder's entries in the file system's own order, unsorted; names beginning with "."
+    // or ":" are left out; an entry is a folder when it is one after following links, so a
+    // dangling link lists as a file.
+    static QList<PSDirectoryPickerEntry> rebuildFileList(const QByteArray& nativeFolder);
+    static QList<PSDirectoryPickerEntry> rebuildFileList(const QString& folder);
+
+    // The path to act on for an entry: a symbolic link's stored destination, else the path.
+    // A relative destination is taken from the link's own folder, where it points.
+    static QByteArray resolvedPath(const QByteArray& nativePath);
+
+    // The artwork saved beside a download: two levels up, in "Artwork", named after the file
+    // with the extension "jpeg" (/a/b/c/song.mp3 -> /a/b/Artwork/song.jpeg).
+    static QByteArray companionArtworkPath(const QByteArray& target);
+
+    // Removes the entry: for a link, first its destination and the destination's companion
+    // artwork, then the link; anything else with all it holds. A destination that is "/" or
+    // holds the link itself is left alone, and only the link goes.
+    static void deleteEntry(const PSDirectoryPickerEntry& entry);
+
+    // Removes a file, a link (never what it points to) or a folder with everything in it.
+    static void removeItemAtPath(const QByteArray& nativePath);
+};
+
+} // namespace tolvane

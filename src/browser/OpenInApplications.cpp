@@ -1,0 +1,105 @@
+#include "OpenInApplications.h"
+
+#include "platform/Localisation.h"
+
+#include <QFile>
+#include <QMimeDatabase>
+#include <QUrl>
+
+#include <gio/gio.h>
+
+namespace tolvane {
+
+namespace {
+
+QString text(const char* value) {
+    return value ? QString::fromUtf8(value) : QString();
+}
+
+QString iconNameOf(GAppInfo* info) {
+    GIcon* icon = g_app_info_get_icon(info);
+    if (!icon)
+        return {};
+    if (G_IS_THEMED_ICON(icon)) {
+        const gchar* const* names = g_themed_icon_get_names(G_THEMED_ICON(icon));
+        return names && names[0] ? text(names[0]) : QString();
+    }
+    gchar* described = g_icon_to_string(icon);
+    const QString name = text(described);
+    g_free(described);
+    return name;
+}
+
+template <typename Visit>
+void forEachApplication(const QString& mimeType, Visit visit) {
+    const QByteArray type = mimeType.toUtf8();
+    GList* all = g_app_info_get_all_for_type(type.constData());
+    for (GList* item = all; item; item = item->next) {
+        auto* info = static_cast<GAppInfo*>(item->data);
+        if (g_app_info_should_show(info) && !visit(info))
+            break;
+    }
+    g_list_free_full(all, g_object_unref);
+}
+
+} // namespace
+
+QString OpenInApplications::mimeTypeForPath(const QString& path) {
+    const QString type =
+        QMimeDatabase().mimeTypeForFile(path, QMimeDatabase::MatchExtension).name();
+    return type.isEmpty() ? QStringLiteral("application/octet-stream") : type;
+}
+
+QList<OpenInApplication> OpenInApplications::applicationsForFile(const QString& path) {
+    QList<OpenInApplication> applications;
+    forEachApplication(mimeTypeForPath(path), [&applications](GAppInfo* info) {
+        applications.append(
+            {text(g_app_info_get_id(info)), text(g_app_info_get_name(info)), iconNameOf(info)});
+        return true;
+    });
+    return applications;
+}
+
+bool OpenInApplications::launch(const QString& applicationId, const QString& path) {
+    bool launched = false;
+    forEachApplication(mimeTypeForPath(path), [&](GAppInfo* info) {
+        if (text(g_app_info_get_id(info)) != applicationId)
+            return true;
+        const QByteArray uri = QUrl::fromLocalFile(path).toEncoded();
+        GList uris{};
+        uris.data = const_cast<char*>(uri.constData());
+        launched = g_app_info_launch_uris(info, &uris, nullptr, nullptr);
+        return false;
+    });
+    return launched;
+}
+
+QString OpenInApplications::machineKind() {
+    // The chassis type the firmware reports (SMBIOS), as the desktop's host tools read it.
+    QFile chassis(QStringLiteral("/sys/class/dmi/id/chassis_type"));
+    bool ok = false;
+    const int type = chassis.open(QIODevice::ReadOnly) ? chassis.readAll().trimmed().toInt(&ok) : 0;
+    if (ok) {
+        switch (type) {
+        case 8:
+        case 9:
+        case 10:
+        case 14:
+            return localized("laptop");
+        case 30:
+        case 31:
+        case 32:
+            return localized("tablet");
+        case 17:
+        case 23:
+        case 28:
+        case 29:
+            return localized("server");
+        default:
+            break;
+        }
+    }
+    return localized("computer");
+}
+
+} // namespace tolvane

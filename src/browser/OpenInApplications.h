@@ -1,0 +1,28 @@
+#pragma once
+
+#include <QList>
+#include <QString>
+
+namespace tolvane {
+
+// An application the desktop has registered for a file type.
+struct OpenInApplication {
+    QString id;
+    QString name;
+    // A theme icon name, or empty.
+    QString iconName;
+};
+
+// The applications that open a file, as the desktop registers them (GIO), and launching one.
+class OpenInApplications {
+public:
+    // The MIME type of the path's extension ("application/octet-stream" when unknown).
+    static QString mimeTypeForPath(const QString& path);
+    static QList<OpenInApplication> applicationsForFile(const QString& path);
+    // Launches the application with the file; false when it is gone or fails to start.
+    static bool launch(const QString& applicationId, const QString& path);
+    // What kind of machine this is, in words ("computer", "laptop", "tablet"...), for messages.
+    static QString machineKind();
+};
+
+} // namespace tolvane

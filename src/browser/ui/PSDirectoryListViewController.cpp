@@ -1,0 +1,226 @@
+#include "PSDirectoryListViewController.h"
+
+#include "browser/DirectoryListModel.h"
+#include "browser/DirectoryListing.h"
+#include "browser/ExportabilityCache.h"
+#include "browser/FileActionSheet.h"
+#include "browser/OpenInActivity.h"
+#include "browser/ui/ActivityViewController.h"
+#include "browser/ui/PSDirectoryPickerController.h"
+#include "browser/ui/PickerCell.h"
+#include "browser/ui/PickerListView.h"
+#include "browser/ui/PreviewController.h"
+#include "import/ui/PlayerWindow.h"
+#include "platform/CurrentYear.h"
+#include "platform/Device.h"
+#include "platform/Localisation.h"
+#include "platform/PathString.h"
+#include "platform/ui/AlertController.h"
+#include "platform/ui/NavigationItem.h"
+
+#include <QCoreApplication>
+#include <QFile>
+#include <QMenu>
+#include <QPointer>
+#include <QThreadPool>
+#include <QToolButton>
+#include <QVBoxLayout>
+
+namespace tolvane {
+
+PSDirectoryListViewController::PSDirectoryListViewController(const QString& path, QWidget* parent)
+    : Screen(parent)
+    , m_path(path)
+    , m_model(new DirectoryListModel(path, ExportabilityCache::shared(), this)) {
+    setTitle(PathString::lastPathComponent(path));
+    QPalette ground = palette();
+    ground.setColor(QPalette::Window, PickerListView::groundColor());
+    setPalette(ground);
+    connect(m_model, &DirectoryListModel::rebuilt, this,
+            &PSDirectoryListViewController::fileListRebuilt);
+}
+
+PSDirectoryListViewController::~PSDirectoryListViewController() = default;
+
+PickerListView* PSDirectoryListViewController::tableView() {
+    loadViewIfNeeded();
+    return m_tableView;
+}
+
+PSDirectoryPickerController* PSDirectoryListViewController::picker() const {
+    return qobject_cast<PSDirectoryPickerController*>(navigationController());
+}
+
+void PSDirectoryListViewController::viewDidLoad() {
+    m_tableView = new PickerListView(this);
+    m_cell = new PickerCell(m_tableView);
+    m_tableView->setItemDelegate(m_cell);
+    m_tableView->setModel(m_model);
+    auto* layout = new QVBoxLayout(this);
+    layout->setContentsMargins(0, 0, 0, 0);
+    layout->addWidget(m_tableView);
+    connect(m_tableView, &PickerListView::rowSelected, this,
+            &PSDirectoryListViewController::tableViewDidSelectRow);
+    connect(m_tableView, &PickerListView::deleteRequested, this,
+            &PSDirectoryListViewController::tableViewCommitDelete);
+
+    m_cancelButton = new QToolButton(this);
+    m_cancelButton->setText(localized("Cancel"));
+    m_cancelButton->setAutoRaise(true);
+    m_cancelButton->setCursor(Qt::PointingHandCursor);
+    connect(m_cancelButton, &QToolButton::clicked, this, [this] {
+        if (PSDirectoryPickerController* owner = picker())
+            owner->cancelButtonTapped();
+    });
+    m_cancelButton->hide();
+    navigationItem()->setRightBarButton(m_cancelButton);
+    refreshPrompt();
+}
+
+void PSDirectoryListViewController::resizeEvent(QResizeEvent* event) {
+    Screen::resizeEvent(event);
+    if (m_tableView)
+        m_tableView->setGridSize(QSize(0, PickerCell::rowHeight(Device::current().isPad())));
+}
+
+void PSDirectoryListViewController::refreshPrompt() {
+    if (PSDirectoryPickerController* owner = picker())
+        navigationItem()->setPrompt(owner->prompt());
+}
+
+int PSDirectoryListViewController::currentYear() {
+    return tolvane::currentYear();
+}
+
+void PSDirectoryListViewController::rebuildFileList() {
+    if (m_tableView)
+        m_tableView->showDeleteButton(-1);
+    if (m_cell)
+        m_cell->clearImages();
+    m_model->rebuildFileList();
+}
+
+void PSDirectoryListViewController::tableViewDidSelectRow(int row) {
+    if (row < 0 || row >= m_model->rowCount())
+        return;
+    const PSDirectoryPickerEntry entry = m_model->entryAt(row);
+    const QString path = QFile::decodeName(DirectoryListing::resolvedPath(entry.nativePath()));
+    if (entry.isDir()) {
+        if (NavigationController* navigation = navigationController())
+            navigation->pushViewController(new PSDirectoryListViewController(path), true);
+        return;
+    }
+    presentActionSheetForPath(entry.path());
+    if (m_tableView)
+        m_tableView->clearSelection();
+}
+
+void PSDirectoryListViewController::tableViewCommitDelete(int row) {
+    if (row < 0 || row >= m_model->rowCount())
+        return;
+    const PSDirectoryPickerEntry entry = m_model->entryAt(row);
+    QPointer<PSDirectoryListViewController> self(this);
+    // A folder may hold many files: the removal runs off the main thread.
+    QThreadPool::globalInstance()->start([self, entry] {
+        DirectoryListing::deleteEntry(entry);
+        QMetaObject::invokeMethod(
+            QCoreApplication::instance(),
+            [self] {
+                if (self)
+                    self->rebuildFileList();
+            },
+            Qt::QueuedConnection);
+    });
+}
+
+void PSDirectoryListViewController::presentActionSheetForPath(const QString& path) {
+    FileActionDelegates delegates;
+    delegates.deleteFile = this;
+    delegates.playMedia = this;
+    delegates.preview = this;
+    delegates.screen = this;
+    auto* sheet = new ActivityViewController(FileActionSheet::compose(path, delegates));
+    QPointer<PSDirectoryListViewController> self(this);
+    sheet->setChosenHandler([self](std::unique_ptr<Activity> chosen) {
+        if (self)
+            self->performActivity(std::move(chosen));
+    });
+    presentViewController(sheet, true);
+}
+
+void PSDirectoryListViewController::performActivity(std::unique_ptr<Activity> activity) {
+    if (!activity)
+        return;
+    m_runningActivity = std::move(activity);
+    Activity* running = m_runningActivity.get();
+    if (auto* openIn = qobject_cast<OpenInActivity*>(running)) {
+        connect(openIn, &OpenInActivity::openInMenuRequested, this,
+                [this, openIn](const QList<OpenInApplication>& applications) {
+                    showOpenInMenu(openIn, applications);
+                });
+        connect(openIn, &OpenInActivity::noApplicationFound, this, [this] {
+            AlertController::alert(OpenInActivity::noApplicationTitle(),
+                                   OpenInActivity::noApplicationMessage(), {localized("OK")}, this);
+        });
+    }
+    running->performActivity();
+}
+
+void PSDirectoryListViewController::showOpenInMenu(OpenInActivity* activity,
+                                                   const QList<OpenInApplication>& applications) {
+    auto* menu = new QMenu(this);
+    menu->setAttribute(Qt::WA_DeleteOnClose);
+    menu->setObjectName(QStringLiteral("openInMenu"));
+    QPointer<OpenInActivity> guard(activity);
+    for (const OpenInApplication& application : applications) {
+        QAction* action = menu->addAction(QIcon::fromTheme(application.iconName), application.name);
+        const QString id = application.id;
+        connect(action, &QAction::triggered, this, [guard, id] {
+            if (guard)
+                guard->openWithApplication(id);
+        });
+    }
+    // The menu's end comes after its choice has been handled.
+    connect(menu, &QMenu::aboutToHide, this, [guard] {
+        QMetaObject::invokeMethod(
+            QCoreApplication::instance(),
+            [guard] {
+                if (guard)
+                    guard->documentInteractionControllerDidDismissOpenInMenu();
+            },
+            Qt::QueuedConnection);
+    });
+    menu->popup(mapToGlobal(QPoint(0, 0)));
+}
+
+void PSDirectoryListViewController::presentAfterDismissal(Screen* screen) {
+    if (presentedViewController()) {
+        QPointer<PSDirectoryListViewController> self(this);
+        QPointer<Screen> guard(screen);
+        dismissViewControllerAnimated(true, [self, guard] {
+            if (self && guard)
+                self->presentViewController(guard, true);
+            else if (guard)
+                guard->deleteLater();
+        });
+        return;
+    }
+    presentViewController(screen, true);
+}
+
+void PSDirectoryListViewController::DeleteFileActivityFinishedSuccessfully() {
+    rebuildFileList();
+}
+
+void PSDirectoryListViewController::PlayMediaActivityFinishedSuccessfully(const QUrl& fileUrl) {
+    auto* player = new PlayerWindow(fileUrl.toLocalFile());
+    player->setShouldAutoplay(true);
+    presentAfterDismissal(player);
+}
+
+void PSDirectoryListViewController::previewActivityCanBeLaunched(const QUrl& fileUrl) {
+    m_previewURL = fileUrl;
+    presentAfterDismissal(new PreviewController(m_previewURL));
+}
+
+} // namespace tolvane

@@ -1,0 +1,53 @@
+#pragma once
+
+#include <QListView>
+#include <QPointer>
+
+class QPushButton;
+
+namespace tolvane {
+
+// The list of a folder listing: uniform rows, a light grey ground, a thin line closing the
+// list under its last row, and the "Delete" button a row shows when it is swiped to the left
+// or right-clicked (or Delete is pressed on it). A tap selects a row; a tap while the button
+// shows only puts it away.
+class PickerListView : public QListView {
+    Q_OBJECT
+public:
+    explicit PickerListView(QWidget* parent = nullptr);
+
+    static QColor groundColor() { return QColor(238, 238, 238); }
+    static QColor footerColor() {
+        return QColor::fromRgbF(200 / 255.0f, 199 / 255.0f, 204 / 255.0f, 0.5f);
+    }
+
+    // Shows the Delete button on a row (-1 hides it).
+    void showDeleteButton(int row);
+    int deleteButtonRow() const { return m_deleteRow; }
+    QPushButton* deleteButton() const { return m_deleteButton; }
+
+Q_SIGNALS:
+    void rowSelected(int row);
+    void deleteRequested(int row);
+
+protected:
+    void paintEvent(QPaintEvent* event) override;
+    void mousePressEvent(QMouseEvent* event) override;
+    void mouseMoveEvent(QMouseEvent* event) override;
+    void mouseReleaseEvent(QMouseEvent* event) override;
+    void contextMenuEvent(QContextMenuEvent* event) override;
+    void keyPressEvent(QKeyEvent* event) override;
+    void scrollContentsBy(int dx, int dy) override;
+    void resizeEvent(QResizeEvent* event) override;
+
+private:
+    void placeDeleteButton();
+
+    QPushButton* m_deleteButton;
+    int m_deleteRow = -1;
+    QPoint m_pressPos;
+    int m_pressRow = -1;
+    bool m_swiped = false;
+};
+
+} // namespace tolvane
