@@ -411,6 +411,8 @@ void TestEditor::kindSwitchKeepsTexts() {
         expected.append(name.toString());
     QCOMPARE(titles, expected + QStringList{s("Cancel")});
     QCOMPARE(sheet->cancelButtonIndex(), 6);
+    QVERIFY(open->window->grab().save(
+        QCoreApplication::applicationDirPath() + s("/editor-kind-picker.png"), "PNG"));
     click(sheet->buttonAtIndex(sheet->cancelButtonIndex()));
     QTRY_VERIFY(!open->window->findChild<AlertController*>());
     QCOMPARE(editor->importDict().value(s("mediaKind")), QVariant(s("song")));
@@ -800,6 +802,8 @@ void TestEditor::layoutAndLook() {
         QCOMPARE(cell->textLabel()->font().pixelSize(), 14);
     }
 
+    QTRY_VERIFY(!thumbnail->isLoadingArtwork());
+    QVERIFY(!thumbnail->imgView()->image().isNull());
     const QString shot =
         QCoreApplication::applicationDirPath() + s("/editor-") + s(QTest::currentDataTag());
     QVERIFY(open->window->grab().save(shot + s(".png"), "PNG"));
