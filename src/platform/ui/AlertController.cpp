@@ -108,6 +108,8 @@ AlertController::AlertController(Style style, const QString& title, const QStrin
     m_title->setPalette(grey);
     if (!title.isEmpty() || !message.isEmpty())
         column->addLayout(texts);
+    else
+        delete texts; // nothing to show; the hidden labels stay children of the panel
     m_buttonColumn->setSpacing(0);
     column->addLayout(m_buttonColumn);
 
