@@ -1,0 +1,242 @@
+// The whole application, driven as a user would: hand-off URLs and files arrive, the screens
+// they open are worked through their widgets, and each road ends with the files on disk — the
+// library item read back with the project's own reader, the source kept or deleted.
+
+#include "HttpTestServer.h"
+#include "TestSupport.h"
+#include "app/DemoDevice.h"
+#include "app/ui/TolvaneApplication.h"
+#include "app/ui/ViewController.h"
+#include "import/MetadataReader.h"
+#include "import/library/MediaLibrary.h"
+#include "import/ui/EditableImportTableViewCell.h"
+#include "import/ui/ImportTextField.h"
+#include "import/ui/ImportViewController.h"
+#include "overlay/MBProgressHUD.h"
+#include "platform/Paths.h"
+#include "platform/ui/GroupedTableView.h"
+#include "platform/ui/MainWindow.h"
+#include "platform/ui/NavigationController.h"
+#include "platform/ui/NavigationItem.h"
+#include "platform/ui/TableViewCell.h"
+#include "search/ui/CollectionView.h"
+#include "search/ui/CollectionViewCell.h"
+#include "search/ui/DetailView.h"
+#include "search/ui/GoogleImagesCollectionVC.h"
+
+#include <QBuffer>
+#include <QLabel>
+#include <QPointer>
+#include <QPushButton>
+#include <QTemporaryDir>
+#include <QTest>
+
+using namespace tolvane;
+using namespace tolvane::test;
+
+namespace {
+
+QByteArray png(QSize size, QColor colour) {
+    QImage image(size, QImage::Format_RGB32);
+    image.fill(colour);
+    QByteArray bytes;
+    QBuffer buffer(&bytes);
+    buffer.open(QIODevice::WriteOnly);
+    image.save(&buffer, "PNG");
+    return bytes;
+}
+
+void click(QWidget* widget) {
+    QVERIFY(widget);
+    QTest::mouseClick(widget, Qt::LeftButton, {}, widget->rect().center());
+}
+
+// What the main screen has presented (its navigation controller presents for it).
+Screen* presentedOverMain() {
+    return TolvaneApplication::instance()
+        ->viewController()
+        ->navigationController()
+        ->presentedViewController();
+}
+
+// The editor the main screen presented, once it is on screen.
+ImportViewController* shownEditor() {
+    auto* navigation = qobject_cast<NavigationController*>(presentedOverMain());
+    auto* editor =
+        navigation ? qobject_cast<ImportViewController*>(navigation->topViewController()) : nullptr;
+    return editor && editor->isVisible() ? editor : nullptr;
+}
+
+EditableImportTableViewCell* fieldRow(ImportViewController* editor, const QString& label) {
+    const auto rows = editor->findChildren<EditableImportTableViewCell*>();
+    for (EditableImportTableViewCell* row : rows) {
+        if (row->isVisible() && row->textLabel()->text() == label)
+            return row;
+    }
+    return nullptr;
+}
+
+QList<QVariantMap> libraryItems() {
+    QString problem;
+    return MediaLibrary(MediaLibrary::defaultFolder()).items(&problem);
+}
+
+} // namespace
+
+class TestEndToEnd : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void initTestCase();
+    void init();
+    void recordedDownloadWithSearchedArtwork();
+    void recordedVideoFromTracksStore();
+    void openInCancelledDeletesTheFile();
+
+private:
+    bool handOver(const QString& url);
+    // Presses Import and waits for the overlay, the editor and the window's return to the
+    // background.
+    void importAndWait(ImportViewController* editor);
+
+    QTemporaryDir m_folder;
+    QString m_device;
+    QString m_downloads;
+    HttpTestServer m_server;
+};
+
+void TestEndToEnd::initTestCase() {
+    QVERIFY(m_folder.isValid());
+    m_device = m_folder.filePath(s("device"));
+    QCOMPARE(DemoDevice::create(m_device, s(TOLVANE_BUILD_SYSTEM_DATA)), QString());
+    Paths::setDeviceRoot(m_device);
+    m_downloads = Paths::userRoot() + s("/Downloads");
+
+    // The image search answers from here: one result, a thumbnail and its full image.
+    QVERIFY(m_server.listen());
+    qputenv("TOLVANE_SEARCH_URL", m_server.base().toUtf8());
+    const QByteArray base = m_server.base().toUtf8();
+    m_server.route("/search",
+                   HttpTestServer::ok("<div class=\"rg_di rg_bx\"><a href=\"/imgres?imgurl=" +
+                                      base + "/full.png&amp;imgrefurl=" + base +
+                                      "/page&amp;h=40\"></a><div class=\"rg_meta\">"
+                                      "{\"id\":\"r0\",\"tu\":\"" +
+                                      base + "/thumb.png\",\"th\":100}</div></div>"));
+    m_server.route("/thumb.png", HttpTestServer::ok(png({100, 100}, Qt::yellow), "image/png"));
+    m_server.route("/full.png", HttpTestServer::ok(png({800, 800}, Qt::darkRed), "image/png"));
+
+    TolvaneApplication* app = TolvaneApplication::instance();
+    app->setLaunchPauseEnabled(false);
+    QVERIFY(app->application(app, QVariantMap()));
+    QVERIFY(QTest::qWaitForWindowExposed(app->window()));
+}
+
+void TestEndToEnd::init() {
+    MainWindow* window = TolvaneApplication::instance()->window();
+    window->showNormal();
+    QTRY_VERIFY(!presentedOverMain());
+}
+
+bool TestEndToEnd::handOver(const QString& url) {
+    TolvaneApplication* app = TolvaneApplication::instance();
+    return app->application(app, url, QString(), QVariant());
+}
+
+void TestEndToEnd::importAndWait(ImportViewController* editor) {
+    QPointer<ImportViewController> guard(editor);
+    click(editor->navigationItem()->rightBarButton());
+    MainWindow* window = TolvaneApplication::instance()->window();
+    // The overlay stays at least four seconds, then the editor goes and the window with it.
+    QTRY_VERIFY_WITH_TIMEOUT(window->windowState() & Qt::WindowMinimized, 15000);
+    QTRY_VERIFY(!presentedOverMain());
+    QTRY_VERIFY(guard.isNull());
+}
+
+void TestEndToEnd::recordedDownloadWithSearchedArtwork() {
+    const QString source = m_downloads + s("/Evening Tide.mp3");
+    const QByteArray before = contents(source);
+    QVERIFY(handOver(s("tolvane://x?a=song&b=downloads&c=evening-tide")));
+    QTRY_VERIFY(shownEditor());
+    ImportViewController* editor = shownEditor();
+    QCOMPARE(editor->importDict().value(s("mediaKind")).toString(), s("song"));
+    QVERIFY(editor->importDict().contains(s("isNotOpenIn")));
+
+    // Artwork from the web search, picked in its detail panel.
+    click(editor->tableView()->cellForRowAtIndexPath({1, 0}));
+    QPointer<GoogleImagesCollectionVC> search;
+    QTRY_VERIFY((search = qobject_cast<GoogleImagesCollectionVC*>(
+                     qobject_cast<NavigationController*>(
+                         editor->navigationController()->presentedViewController())
+                         ->topViewController())));
+    QTRY_VERIFY(search->collectionView()->cellForItemAtIndexPath({0, 0}));
+    QTest::mouseClick(
+        search->collectionView()->viewport(), Qt::LeftButton, {},
+        search->collectionView()->cellForItemAtIndexPath({0, 0})->geometry().center());
+    QTRY_VERIFY(search->detailView() && search->detailView()->selectButton()->isVisible());
+    click(search->detailView()->selectButton());
+    QTRY_VERIFY(search.isNull());
+
+    // A year typed and left in its field is what the library gets.
+    ImportTextField* year = fieldRow(editor, s("Year"))->textField();
+    year->setFocus();
+    year->selectAll();
+    QTest::keyClicks(year, s("1999"));
+    importAndWait(editor);
+
+    const QList<QVariantMap> items = libraryItems();
+    QCOMPARE(items.size(), 1);
+    QCOMPARE(items.first().value(s("year")).toString(), s("1999"));
+    QCOMPARE(items.first().value(s("artwork_width")).toInt(),
+             items.first().value(s("artwork_height")).toInt());
+    const QString imported = MediaLibrary::defaultFolder() + QLatin1Char('/') +
+                             items.first().value(s("path")).toString();
+    const QVariantMap tags = MetadataReader::metadataForFile(imported).value_or(QVariantMap());
+    QCOMPARE(tags.value(s("type")).toString(), s("Ambient"));
+    const QImage artwork = QImage::fromData(tags.value(s("imageData")).toByteArray());
+    QVERIFY(!artwork.isNull());
+    QCOMPARE(artwork.pixelColor(artwork.rect().center()).red(), QColor(Qt::darkRed).red());
+    // A recorded download keeps its file.
+    QCOMPARE(contents(source), before);
+}
+
+void TestEndToEnd::recordedVideoFromTracksStore() {
+    const QString url = s("tolvane://x?a=music-video&b=tracks&c=harbour&d=tracks.plist&e=%1/"
+                          "harbour.mp4&f=%1/harbour.jpg")
+                            .arg(m_downloads);
+    QVERIFY(handOver(url));
+    QTRY_VERIFY(shownEditor());
+    ImportViewController* editor = shownEditor();
+    QCOMPARE(editor->importDict().value(s("mediaKind")).toString(), s("music-video"));
+    const qsizetype before = libraryItems().size();
+    importAndWait(editor);
+
+    const QList<QVariantMap> items = libraryItems();
+    QCOMPARE(items.size(), before + 1);
+    QCOMPARE(items.last().value(s("kind")).toString(), s("music-video"));
+    QVERIFY(items.last().value(s("path")).toString().startsWith(s("Music Videos/")));
+    QVERIFY(QFileInfo::exists(m_downloads + s("/harbour.mp4")));
+}
+
+void TestEndToEnd::openInCancelledDeletesTheFile() {
+    const QString handedOver = m_downloads + s("/Handed Over.m4a");
+    QVERIFY(QFile::copy(m_downloads + s("/Morning Run.m4a"), handedOver));
+    QVERIFY(handOver(QUrl::fromLocalFile(handedOver).toString()));
+    QTRY_VERIFY(shownEditor());
+    ImportViewController* editor = shownEditor();
+    QVERIFY(!editor->importDict().contains(s("isNotOpenIn")));
+    QCOMPARE(editor->importDict().value(s("path")).toString(), handedOver);
+
+    click(editor->navigationItem()->leftBarButton());
+    // Deleted once the editor has left the screen, not before.
+    QTRY_VERIFY(!presentedOverMain());
+    QTRY_VERIFY(!QFileInfo::exists(handedOver));
+    QVERIFY(QFileInfo::exists(m_downloads + s("/Morning Run.m4a")));
+}
+
+int main(int argc, char** argv) {
+    TolvaneApplication app(argc, argv);
+    TestEndToEnd test;
+    return QTest::qExec(&test, argc, argv);
+}
+
+#include "tst_endtoend.moc"
