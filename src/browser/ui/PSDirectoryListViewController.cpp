@@ -77,12 +77,6 @@ void PSDirectoryListViewController::viewDidLoad() {
     refreshPrompt();
 }
 
-void PSDirectoryListViewController::resizeEvent(QResizeEvent* event) {
-    Screen::resizeEvent(event);
-    if (m_tableView)
-        m_tableView->setGridSize(QSize(0, PickerCell::rowHeight(Device::current().isPad())));
-}
-
 void PSDirectoryListViewController::refreshPrompt() {
     if (PSDirectoryPickerController* owner = picker())
         navigationItem()->setPrompt(owner->prompt());

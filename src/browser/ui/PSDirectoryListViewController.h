@@ -64,7 +64,6 @@ Q_SIGNALS:
 
 protected:
     void viewDidLoad() override;
-    void resizeEvent(QResizeEvent* event) override;
 
 private:
     PSDirectoryPickerController* picker() const;
