@@ -20,6 +20,7 @@
 #include <QRandomGenerator>
 #include <QTemporaryDir>
 #include <QThread>
+#include <QThreadPool>
 
 #include <benchmark/benchmark.h>
 #include <taglib/attachedpictureframe.h>
@@ -100,6 +101,8 @@ void BM_OpenEditorWithLargeCover(benchmark::State& state) {
             window.repaint();
         }
         state.PauseTiming();
+        // Decodes still under way belong to this round, not to the next one.
+        QThreadPool::globalInstance()->waitForDone();
         root->dismissViewControllerAnimated(false);
         QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
         QCoreApplication::processEvents();
