@@ -7,6 +7,8 @@
 #include "app/DemoDevice.h"
 #include "app/ui/TolvaneApplication.h"
 #include "app/ui/ViewController.h"
+#include "browser/ui/PSDirectoryListViewController.h"
+#include "browser/ui/PSDirectoryPickerController.h"
 #include "import/MetadataReader.h"
 #include "import/library/MediaLibrary.h"
 #include "import/ui/EditableImportTableViewCell.h"
@@ -15,6 +17,7 @@
 #include "overlay/MBProgressHUD.h"
 #include "platform/Paths.h"
 #include "platform/ui/GroupedTableView.h"
+#include "platform/ui/ImageButton.h"
 #include "platform/ui/MainWindow.h"
 #include "platform/ui/NavigationController.h"
 #include "platform/ui/NavigationItem.h"
@@ -25,6 +28,7 @@
 #include "search/ui/GoogleImagesCollectionVC.h"
 
 #include <QBuffer>
+#include <QDir>
 #include <QLabel>
 #include <QPointer>
 #include <QPushButton>
@@ -92,6 +96,7 @@ private Q_SLOTS:
     void recordedDownloadWithSearchedArtwork();
     void recordedVideoFromTracksStore();
     void openInCancelledDeletesTheFile();
+    void browseThenHandOffTakesThePickerDown();
 
 private:
     bool handOver(const QString& url);
@@ -231,6 +236,36 @@ void TestEndToEnd::openInCancelledDeletesTheFile() {
     QTRY_VERIFY(!presentedOverMain());
     QTRY_VERIFY(!QFileInfo::exists(handedOver));
     QVERIFY(QFileInfo::exists(m_downloads + s("/Morning Run.m4a")));
+}
+
+void TestEndToEnd::browseThenHandOffTakesThePickerDown() {
+    ViewController* main = TolvaneApplication::instance()->viewController();
+    QVERIFY(handOver(s("tolvane://x?path=%1/Evening%20Tide.mp3").arg(m_downloads)));
+    QPointer<PSDirectoryPickerController> picker;
+    QTRY_VERIFY((picker = qobject_cast<PSDirectoryPickerController*>(presentedOverMain())));
+    QVERIFY(main->directoryPickerIsOn());
+    auto* listing = qobject_cast<PSDirectoryListViewController*>(picker->topViewController());
+    QVERIFY(listing);
+    QCOMPARE(QDir(listing->path()).canonicalPath(), QDir(m_downloads).canonicalPath());
+
+    // A recorded download arriving now takes the picker down first and opens the editor.
+    QVERIFY(handOver(s("tolvane://x?a=song&b=downloads&c=morning-run")));
+    QTRY_VERIFY(picker.isNull());
+    QTRY_VERIFY(shownEditor());
+    QCOMPARE(QFileInfo(shownEditor()->importDict().value(s("path")).toString()).fileName(),
+             s("Morning Run.m4a"));
+    click(shownEditor()->navigationItem()->leftBarButton());
+    QTRY_VERIFY(!presentedOverMain());
+    // A recorded download is never deleted on cancel; the flag stays as the picker left it.
+    QVERIFY(QFileInfo::exists(m_downloads + s("/Morning Run.m4a")));
+    QVERIFY(main->directoryPickerIsOn());
+
+    // The Browse button opens the picker on the destination folder; its Cancel clears the flag.
+    click(main->browseButton());
+    QTRY_VERIFY((picker = qobject_cast<PSDirectoryPickerController*>(presentedOverMain())));
+    picker->cancelButtonTapped();
+    QTRY_VERIFY(!presentedOverMain());
+    QTRY_VERIFY(!main->directoryPickerIsOn());
 }
 
 int main(int argc, char** argv) {

@@ -15,7 +15,6 @@
 #include <QFileInfo>
 #include <QFontMetricsF>
 #include <QLabel>
-#include <QLoggingCategory>
 #include <QPropertyAnimation>
 #include <QSequentialAnimationGroup>
 
@@ -24,7 +23,6 @@
 namespace tolvane {
 
 namespace {
-Q_LOGGING_CATEGORY(lcMainScreen, "tolvane.main")
 
 QFont systemFont(qreal points) {
     QFont font;
@@ -137,9 +135,18 @@ void ViewController::browseToFileWithPath(const QString& folder) {
 }
 
 void ViewController::openDirectoryPicker(const QString& folder) {
-    // The directory picker is presented here as a form sheet; until it exists the request is
-    // only noted.
-    qCInfo(lcMainScreen).noquote() << "browse" << folder;
+    auto* picker = new PSDirectoryPickerController(folder);
+    picker->setDelegate(this);
+    picker->setPrompt(QString());
+    picker->setModalPresentationStyle(ModalPresentationStyle::FormSheet);
+    presentViewController(picker, true);
+    // Set even when the presentation is refused: the hand-off only reads it to take down
+    // whatever is shown.
+    m_directoryPickerIsOn = true;
+}
+
+void ViewController::directoryPickerControllerDidCancel(PSDirectoryPickerController*) {
+    m_directoryPickerIsOn = false;
 }
 
 void ViewController::loadImportViewControllerWithDictionary(const QVariantMap& record,

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "app/HandoffTarget.h"
+#include "browser/ui/PSDirectoryPickerController.h"
 #include "import/ImportSubmission.h"
 #include "platform/ui/Screen.h"
 
@@ -19,7 +20,8 @@ class ImageButton;
 // editor, and carries out what a hand-off URL asks.
 class ViewController : public Screen,
                        public HandoffTarget,
-                       public ImportViewControllerDelegate {
+                       public ImportViewControllerDelegate,
+                       public PSDirectoryPickerDelegate {
     Q_OBJECT
 public:
     explicit ViewController(QWidget* parent = nullptr);
@@ -31,6 +33,7 @@ public:
     QString getTheFullDestinationPath() const;
     void browseForFiles();
     void browseToFileWithPath(const QString& folder) override;
+    void directoryPickerControllerDidCancel(PSDirectoryPickerController* picker) override;
     void loadImportViewControllerWithDictionary(const QVariantMap& record,
                                                 const QString& mediaKind) override;
     void loadImportViewControllerWithDictionary(const QVariantMap& record) override;
