@@ -7,6 +7,8 @@
 #include "app/DemoDevice.h"
 #include "app/ui/TolvaneApplication.h"
 #include "app/ui/ViewController.h"
+#include "browser/DirectoryListModel.h"
+#include "browser/ui/ActivityViewController.h"
 #include "browser/ui/PSDirectoryListViewController.h"
 #include "browser/ui/PSDirectoryPickerController.h"
 #include "import/MetadataReader.h"
@@ -97,12 +99,14 @@ private Q_SLOTS:
     void recordedVideoFromTracksStore();
     void openInCancelledDeletesTheFile();
     void browseThenHandOffTakesThePickerDown();
+    void browsedFileImportedToVideos();
 
 private:
     bool handOver(const QString& url);
     // Presses Import and waits for the overlay, the editor and the window's return to the
     // background.
     void importAndWait(ImportViewController* editor);
+    void importAndWaitOver(ImportViewController* editor, Screen* presenter);
 
     QTemporaryDir m_folder;
     QString m_device;
@@ -148,12 +152,17 @@ bool TestEndToEnd::handOver(const QString& url) {
 }
 
 void TestEndToEnd::importAndWait(ImportViewController* editor) {
+    importAndWaitOver(editor,
+                      TolvaneApplication::instance()->viewController()->navigationController());
+}
+
+void TestEndToEnd::importAndWaitOver(ImportViewController* editor, Screen* presenter) {
     QPointer<ImportViewController> guard(editor);
     click(editor->navigationItem()->rightBarButton());
     MainWindow* window = TolvaneApplication::instance()->window();
     // The overlay stays at least four seconds, then the editor goes and the window with it.
     QTRY_VERIFY_WITH_TIMEOUT(window->windowState() & Qt::WindowMinimized, 15000);
-    QTRY_VERIFY(!presentedOverMain());
+    QTRY_VERIFY(!presenter->presentedViewController());
     QTRY_VERIFY(guard.isNull());
 }
 
@@ -266,6 +275,46 @@ void TestEndToEnd::browseThenHandOffTakesThePickerDown() {
     picker->cancelButtonTapped();
     QTRY_VERIFY(!presentedOverMain());
     QTRY_VERIFY(!main->directoryPickerIsOn());
+}
+
+void TestEndToEnd::browsedFileImportedToVideos() {
+    const qsizetype before = libraryItems().size();
+    QVERIFY(handOver(s("tolvane://x?path=%1/harbour.mp4").arg(m_downloads)));
+    QPointer<PSDirectoryPickerController> picker;
+    QTRY_VERIFY((picker = qobject_cast<PSDirectoryPickerController*>(presentedOverMain())));
+    auto* listing = qobject_cast<PSDirectoryListViewController*>(picker->topViewController());
+    QVERIFY(listing);
+    const auto rowNamed = [listing](const QString& name) {
+        for (int row = 0; row < listing->model()->rowCount(); ++row) {
+            if (listing->model()->index(row).data().toString() == name)
+                return row;
+        }
+        return -1;
+    };
+    QTRY_VERIFY(rowNamed(s("Harbour Timelapse.mp4")) >= 0);
+    listing->tableViewDidSelectRow(rowNamed(s("Harbour Timelapse.mp4")));
+
+    ActivityViewController* sheet = nullptr;
+    QTRY_VERIFY((sheet = qobject_cast<ActivityViewController*>(picker->presentedViewController())));
+    click(sheet->buttonForActivityType(s("ImportiTunesVideoActivity")));
+    ImportViewController* editor = nullptr;
+    QTRY_VERIFY((editor = qobject_cast<ImportViewController*>(
+                     qobject_cast<NavigationController*>(picker->presentedViewController())
+                         ? qobject_cast<NavigationController*>(picker->presentedViewController())
+                               ->topViewController()
+                         : nullptr)));
+    QCOMPARE(editor->importDict().value(s("mediaKind")).toString(), s("music-video"));
+    QVERIFY(!editor->importDict().contains(s("isNotOpenIn")));
+    QTRY_VERIFY(editor->isVisible());
+    importAndWaitOver(editor, picker);
+
+    const QList<QVariantMap> items = libraryItems();
+    QCOMPARE(items.size(), before + 1);
+    QCOMPARE(items.last().value(s("kind")).toString(), s("music-video"));
+    // The browser's file stays where it was.
+    QVERIFY(QFileInfo::exists(m_downloads + s("/Harbour Timelapse.mp4")));
+    picker->cancelButtonTapped();
+    QTRY_VERIFY(!presentedOverMain());
 }
 
 int main(int argc, char** argv) {

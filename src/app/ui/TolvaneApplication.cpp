@@ -1,6 +1,7 @@
 #include "TolvaneApplication.h"
 
 #include "app/UrlHandoff.h"
+#include "app/ui/ImportActivityEditor.h"
 #include "app/ui/ViewController.h"
 #include "platform/CurrentYear.h"
 #include "platform/Device.h"
@@ -88,6 +89,7 @@ void TolvaneApplication::showLaunchImageAndPause() {
 
 bool TolvaneApplication::application(TolvaneApplication*, const QVariantMap&) {
     applyAppearance();
+    ImportActivityEditor::install();
     if (m_launchPause)
         showLaunchImageAndPause();
 
