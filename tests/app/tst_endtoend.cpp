@@ -82,6 +82,15 @@ EditableImportTableViewCell* fieldRow(ImportViewController* editor, const QStrin
     return nullptr;
 }
 
+// A picture of the whole window, for the user's guide: written into the build's tests
+// folder (scripts/screenshots.sh copies them to docs/screenshots).
+void snapshot(const char* name) {
+    QCoreApplication::processEvents();
+    QDir().mkpath(s(TOLVANE_SCREENSHOT_DIR));
+    TolvaneApplication::instance()->window()->grab().save(
+        s(TOLVANE_SCREENSHOT_DIR "/%1.png").arg(QLatin1String(name)));
+}
+
 QList<QVariantMap> libraryItems() {
     QString problem;
     return MediaLibrary(MediaLibrary::defaultFolder()).items(&problem);
@@ -105,8 +114,9 @@ private:
     bool handOver(const QString& url);
     // Presses Import and waits for the overlay, the editor and the window's return to the
     // background.
-    void importAndWait(ImportViewController* editor);
-    void importAndWaitOver(ImportViewController* editor, Screen* presenter);
+    void importAndWait(ImportViewController* editor, const char* snapshotName = nullptr);
+    void importAndWaitOver(ImportViewController* editor, Screen* presenter,
+                           const char* snapshotName = nullptr);
 
     QTemporaryDir m_folder;
     QString m_device;
@@ -138,6 +148,9 @@ void TestEndToEnd::initTestCase() {
     app->setLaunchPauseEnabled(false);
     QVERIFY(app->application(app, QVariantMap()));
     QVERIFY(QTest::qWaitForWindowExposed(app->window()));
+    app->window()->resize(390, 760);
+    QTest::qWait(1000); // the hint line fades in
+    snapshot("main-screen");
 }
 
 void TestEndToEnd::init() {
@@ -151,14 +164,20 @@ bool TestEndToEnd::handOver(const QString& url) {
     return app->application(app, url, QString(), QVariant());
 }
 
-void TestEndToEnd::importAndWait(ImportViewController* editor) {
+void TestEndToEnd::importAndWait(ImportViewController* editor, const char* snapshotName) {
     importAndWaitOver(editor,
-                      TolvaneApplication::instance()->viewController()->navigationController());
+                      TolvaneApplication::instance()->viewController()->navigationController(),
+                      snapshotName);
 }
 
-void TestEndToEnd::importAndWaitOver(ImportViewController* editor, Screen* presenter) {
+void TestEndToEnd::importAndWaitOver(ImportViewController* editor, Screen* presenter,
+                                     const char* snapshotName) {
     QPointer<ImportViewController> guard(editor);
     click(editor->navigationItem()->rightBarButton());
+    if (snapshotName) {
+        QTest::qWait(800); // the overlay has faded in
+        snapshot(snapshotName);
+    }
     MainWindow* window = TolvaneApplication::instance()->window();
     // The overlay stays at least four seconds, then the editor goes and the window with it.
     QTRY_VERIFY_WITH_TIMEOUT(window->windowState() & Qt::WindowMinimized, 15000);
@@ -187,6 +206,8 @@ void TestEndToEnd::recordedDownloadWithSearchedArtwork() {
         search->collectionView()->viewport(), Qt::LeftButton, {},
         search->collectionView()->cellForItemAtIndexPath({0, 0})->geometry().center());
     QTRY_VERIFY(search->detailView() && search->detailView()->selectButton()->isVisible());
+    QTest::qWait(600); // the panel's image arrives
+    snapshot("search-results");
     click(search->detailView()->selectButton());
     QTRY_VERIFY(search.isNull());
 
@@ -195,7 +216,9 @@ void TestEndToEnd::recordedDownloadWithSearchedArtwork() {
     year->setFocus();
     year->selectAll();
     QTest::keyClicks(year, s("1999"));
-    importAndWait(editor);
+    QTest::qWait(300);
+    snapshot("import-editor");
+    importAndWait(editor, "import-overlay");
 
     const QList<QVariantMap> items = libraryItems();
     QCOMPARE(items.size(), 1);
@@ -256,6 +279,8 @@ void TestEndToEnd::browseThenHandOffTakesThePickerDown() {
     auto* listing = qobject_cast<PSDirectoryListViewController*>(picker->topViewController());
     QVERIFY(listing);
     QCOMPARE(QDir(listing->path()).canonicalPath(), QDir(m_downloads).canonicalPath());
+    QTest::qWait(1500); // rows turn from grey as their files are found importable
+    snapshot("directory-picker");
 
     // A recorded download arriving now takes the picker down first and opens the editor.
     QVERIFY(handOver(s("tolvane://x?a=song&b=downloads&c=morning-run")));
@@ -296,6 +321,8 @@ void TestEndToEnd::browsedFileImportedToVideos() {
 
     ActivityViewController* sheet = nullptr;
     QTRY_VERIFY((sheet = qobject_cast<ActivityViewController*>(picker->presentedViewController())));
+    QTest::qWait(500);
+    snapshot("file-actions");
     click(sheet->buttonForActivityType(s("ImportiTunesVideoActivity")));
     ImportViewController* editor = nullptr;
     QTRY_VERIFY((editor = qobject_cast<ImportViewController*>(
