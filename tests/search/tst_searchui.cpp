@@ -186,8 +186,9 @@ void tap(QWidget* widget, QPoint at = {}) {
 }
 
 void tapCell(CollectionView* view, int section) {
+    // Cells are made when the grid next lays out, which a busy machine may not have done yet.
+    QTRY_VERIFY(view->cellForItemAtIndexPath({0, section}));
     CollectionViewCell* cell = view->cellForItemAtIndexPath({0, section});
-    QVERIFY(cell);
     tap(view->viewport(), cell->geometry().center());
 }
 
@@ -402,6 +403,7 @@ void TestSearchUi::closePanel() {
 
     tapCell(search->collectionView(), 0);
     QPointer<DetailView> panel = search->detailView();
+    QVERIFY(panel);
     QTRY_VERIFY(panel->selectButton()->isVisible());
     // A new search's results arrive behind the open panel, which stays.
     search->fetchImagesData(s("other"), QString());
@@ -493,6 +495,7 @@ void TestSearchUi::rotation() {
     QTRY_COMPARE(screen.shownTitle(), s("6 Images"));
     tapCell(search->collectionView(), 0);
     DetailView* panel = search->detailView();
+    QVERIFY(panel);
     QTRY_COMPARE(panel->geometry(), QRect(0, 0, 320, 504));
 
     // Turned on its side: four columns across the longer side, a square card.
