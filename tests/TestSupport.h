@@ -5,6 +5,7 @@
 
 #include "platform/PropertyList.h"
 
+#include <QBuffer>
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
@@ -36,6 +37,17 @@ inline bool writePng(const QString& path, QSize pixels, QColor colour) {
     QImage image(pixels, QImage::Format_ARGB32);
     image.fill(colour);
     return image.save(path, "PNG");
+}
+
+// The PNG bytes of an image of one colour.
+inline QByteArray pngBytes(QSize pixels, QColor colour) {
+    QImage image(pixels, QImage::Format_ARGB32);
+    image.fill(colour);
+    QByteArray bytes;
+    QBuffer buffer(&bytes);
+    buffer.open(QIODevice::WriteOnly);
+    image.save(&buffer, "PNG");
+    return bytes;
 }
 
 inline QByteArray contents(const QString& path) {

@@ -42,16 +42,6 @@ using namespace tolvane::test;
 
 namespace {
 
-QByteArray png(QSize size, QColor colour) {
-    QImage image(size, QImage::Format_RGB32);
-    image.fill(colour);
-    QByteArray bytes;
-    QBuffer buffer(&bytes);
-    buffer.open(QIODevice::WriteOnly);
-    image.save(&buffer, "PNG");
-    return bytes;
-}
-
 void click(QWidget* widget) {
     QVERIFY(widget);
     QTest::mouseClick(widget, Qt::LeftButton, {}, widget->rect().center());
@@ -141,8 +131,8 @@ void TestEndToEnd::initTestCase() {
                                       "/page&amp;h=40\"></a><div class=\"rg_meta\">"
                                       "{\"id\":\"r0\",\"tu\":\"" +
                                       base + "/thumb.png\",\"th\":100}</div></div>"));
-    m_server.route("/thumb.png", HttpTestServer::ok(png({100, 100}, Qt::yellow), "image/png"));
-    m_server.route("/full.png", HttpTestServer::ok(png({800, 800}, Qt::darkRed), "image/png"));
+    m_server.route("/thumb.png", HttpTestServer::ok(pngBytes({100, 100}, Qt::yellow), "image/png"));
+    m_server.route("/full.png", HttpTestServer::ok(pngBytes({800, 800}, Qt::darkRed), "image/png"));
 
     TolvaneApplication* app = TolvaneApplication::instance();
     app->setLaunchPauseEnabled(false);

@@ -129,16 +129,6 @@ QStringList shownRows(const ImportViewController* editor) {
     return rows;
 }
 
-QByteArray png(QSize size, QColor colour) {
-    QImage image(size, QImage::Format_ARGB32);
-    image.fill(colour);
-    QByteArray bytes;
-    QBuffer buffer(&bytes);
-    buffer.open(QIODevice::WriteOnly);
-    image.save(&buffer, "PNG");
-    return bytes;
-}
-
 QString thisYear() {
     return QString::number(QDate::currentDate().year());
 }
@@ -450,13 +440,15 @@ void TestEditor::importSubmits_data() {
     QTest::newRow("whole record, song cover cut square")
         << QVariantMap{{s("path"), m_plain},
                        {s("mediaKind"), s("song")},
-                       {s("metadata"), QVariantMap{{s("imageData"), png({1000, 600}, Qt::red)}}}}
+                       {s("metadata"),
+                        QVariantMap{{s("imageData"), pngBytes({1000, 600}, Qt::red)}}}}
         << QString() << QSize(1000, 1000) << QStringList{s("start"), s("cancel")};
     QTest::newRow("whole record, music video frame")
         << QVariantMap{{s("path"), m_plain},
                        {s("mediaKind"), s("music-video")},
                        {s("extra"), s("kept")},
-                       {s("metadata"), QVariantMap{{s("imageData"), png({1000, 600}, Qt::blue)}}}}
+                       {s("metadata"),
+                        QVariantMap{{s("imageData"), pngBytes({1000, 600}, Qt::blue)}}}}
         << QString() << QSize(600, 341) << QStringList{s("start"), s("cancel")};
 }
 
@@ -597,8 +589,8 @@ void TestEditor::artworkFromWebSearch() {
                                     "/page&amp;h=40\"></a><div class=\"rg_meta\">"
                                     "{\"id\":\"r0\",\"tu\":\"" +
                                     base + "/thumb.png\",\"th\":100}</div></div>"));
-    server.route("/thumb.png", HttpTestServer::ok(png({100, 100}, Qt::yellow), "image/png"));
-    server.route("/full.png", HttpTestServer::ok(png({60, 40}, Qt::darkBlue), "image/png"));
+    server.route("/thumb.png", HttpTestServer::ok(pngBytes({100, 100}, Qt::yellow), "image/png"));
+    server.route("/full.png", HttpTestServer::ok(pngBytes({60, 40}, Qt::darkBlue), "image/png"));
 
     ScopedDevice device(Idiom::Phone, QSizeF(390, 760), 2);
     auto* editor = new ImportViewController(

@@ -35,16 +35,6 @@ QByteArray sha(const QString& path) {
     return QCryptographicHash::hash(test::contents(path), QCryptographicHash::Sha256);
 }
 
-QByteArray pngBytes(QSize size) {
-    QImage image(size, QImage::Format_RGB32);
-    image.fill(Qt::darkCyan);
-    QByteArray bytes;
-    QBuffer buffer(&bytes);
-    buffer.open(QIODevice::WriteOnly);
-    image.save(&buffer, "PNG");
-    return bytes;
-}
-
 QVariantMap record(const QString& kind, const QString& path, const QVariantMap& metadata) {
     return {{s("mediaKind"), kind}, {s("path"), path}, {s("metadata"), metadata}};
 }
@@ -176,8 +166,8 @@ void TestLibrary::commitField() {
 
 void TestLibrary::artworkAtSubmission() {
     const ScopedDevice device(Idiom::Phone, QSizeF(375, 667), 2);
-    QVariantMap importDict =
-        record(s("music-video"), s("/x.mp4"), {{s("imageData"), pngBytes({1000, 1000})}});
+    QVariantMap importDict = record(s("music-video"), s("/x.mp4"),
+                                    {{s("imageData"), test::pngBytes({1000, 1000}, Qt::darkCyan)}});
     ImportSubmission::saveNewMetadataAndImport(importDict, true, std::nullopt);
     QByteArray jpeg = importDict.value(s("metadata")).toMap().value(s("imageData")).toByteArray();
     QVERIFY(jpeg.startsWith("\xff\xd8"));
@@ -245,7 +235,7 @@ void TestLibrary::importFormats() {
     const QVariantMap metadata{
         {s("title"), s("Tagged Title")}, {s("artist"), s("Tagged Artist")},
         {s("type"), s("Tagged Genre")},  {s("year"), s("2003")},
-        {s("trackNumber"), 4},           {s("imageData"), pngBytes({64, 64})}};
+        {s("trackNumber"), 4},           {s("imageData"), test::pngBytes({64, 64}, Qt::darkCyan)}};
     MediaLibrary library(dir.path());
     const ImportOutcome outcome = library.importFile(record(kind, file, metadata));
     QVERIFY2(outcome.ok(), qPrintable(outcome.message));

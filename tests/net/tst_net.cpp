@@ -17,16 +17,6 @@ using namespace tolvane::test;
 
 namespace {
 
-QByteArray png(QSize size, QColor colour) {
-    QImage image(size, QImage::Format_ARGB32);
-    image.fill(colour);
-    QByteArray bytes;
-    QBuffer buffer(&bytes);
-    buffer.open(QIODevice::WriteOnly);
-    image.save(&buffer, "PNG");
-    return bytes;
-}
-
 // What a request ended with.
 struct Outcome {
     bool done = false;
@@ -165,7 +155,7 @@ void TestNet::goneContextGetsNoCallback() {
 }
 
 void TestNet::oneRequestForSeveralWaiters() {
-    m_server.route("/shared.png", HttpTestServer::ok(png(QSize(8, 6), Qt::red), "image/png"));
+    m_server.route("/shared.png", HttpTestServer::ok(pngBytes(QSize(8, 6), Qt::red), "image/png"));
     RemoteImageLoader loader({});
     QList<QSize> sizes;
     for (int i = 0; i < 3; ++i)
@@ -220,8 +210,9 @@ void TestNet::imageErrors() {
 void TestNet::memoryCacheStaysWithinBound() {
     constexpr int count = 12;
     for (int i = 0; i < count; ++i)
-        m_server.route("/thumb" + QByteArray::number(i) + ".png",
-                       HttpTestServer::ok(png(QSize(16, 16), QColor(i * 20, 0, 0)), "image/png"));
+        m_server.route(
+            "/thumb" + QByteArray::number(i) + ".png",
+            HttpTestServer::ok(pngBytes(QSize(16, 16), QColor(i * 20, 0, 0)), "image/png"));
     RemoteImageLoader loader({});
     const qint64 imageBytes = 16 * 16 * 4;
     loader.setMemoryCacheLimit(3 * imageBytes);
@@ -238,7 +229,8 @@ void TestNet::memoryCacheStaysWithinBound() {
 }
 
 void TestNet::diskCacheServesAgain() {
-    HttpTestServer::Response response = HttpTestServer::ok(png(QSize(4, 4), Qt::blue), "image/png");
+    HttpTestServer::Response response =
+        HttpTestServer::ok(pngBytes(QSize(4, 4), Qt::blue), "image/png");
     response.headers.append(std::pair<QByteArray, QByteArray>("Cache-Control", "max-age=3600"));
     m_server.route("/kept.png", response);
     QTemporaryDir folder;
@@ -255,7 +247,7 @@ void TestNet::diskCacheServesAgain() {
 }
 
 void TestNet::goneContextGetsNoImage() {
-    m_server.route("/late.png", HttpTestServer::ok(png(QSize(2, 2), Qt::green), "image/png"));
+    m_server.route("/late.png", HttpTestServer::ok(pngBytes(QSize(2, 2), Qt::green), "image/png"));
     RemoteImageLoader loader({});
     int goneCalls = 0;
     bool liveCalled = false;

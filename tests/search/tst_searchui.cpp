@@ -90,16 +90,6 @@ QList<int> visibleSections(const CollectionView& view) {
     return sections;
 }
 
-QByteArray png(QSize size, QColor colour) {
-    QImage image(size, QImage::Format_ARGB32);
-    image.fill(colour);
-    QByteArray bytes;
-    QBuffer buffer(&bytes);
-    buffer.open(QIODevice::WriteOnly);
-    image.save(&buffer, "PNG");
-    return bytes;
-}
-
 QColor thumbnailColour(int index) {
     return QColor::fromHsv((index * 37) % 360, 160, 200);
 }
@@ -130,11 +120,13 @@ struct SearchService {
         server.route("/search", HttpTestServer::ok(resultPage(server.base(), count)));
         for (int i = 0; i < count; ++i) {
             const QByteArray name = QByteArray::number(i) + ".png";
-            server.route("/thumb/" + name,
-                         HttpTestServer::ok(png(QSize(100, 100), thumbnailColour(i)), "image/png"));
+            server.route(
+                "/thumb/" + name,
+                HttpTestServer::ok(pngBytes(QSize(100, 100), thumbnailColour(i)), "image/png"));
             if (!missingFullImages.contains(i))
-                server.route("/full/" + name,
-                             HttpTestServer::ok(png(QSize(60, 40), Qt::darkBlue), "image/png"));
+                server.route(
+                    "/full/" + name,
+                    HttpTestServer::ok(pngBytes(QSize(60, 40), Qt::darkBlue), "image/png"));
         }
         return true;
     }
