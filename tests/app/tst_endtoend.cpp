@@ -258,6 +258,14 @@ void TestEndToEnd::openInCancelledDeletesTheFile() {
     QTRY_VERIFY(!presentedOverMain());
     QTRY_VERIFY(!QFileInfo::exists(handedOver));
     QVERIFY(QFileInfo::exists(m_downloads + s("/Morning Run.m4a")));
+
+    // A folder handed over the same way opens the editor too, but declining it keeps it.
+    QVERIFY(handOver(QUrl::fromLocalFile(m_downloads + s("/Podcasts")).toString()));
+    QTRY_VERIFY(shownEditor());
+    click(shownEditor()->navigationItem()->leftBarButton());
+    QTRY_VERIFY(!presentedOverMain());
+    QTest::qWait(100);
+    QVERIFY(QFileInfo::exists(m_downloads + s("/Podcasts/Episode 12 - Open Water.m4a")));
 }
 
 void TestEndToEnd::browseThenHandOffTakesThePickerDown() {

@@ -170,10 +170,10 @@ void ViewController::ImportViewControllerDidCancel(const QString& path) {
     dismissViewControllerAnimated(true, [path] {
         if (path.isNull())
             return;
-        // Errors are ignored: the file may already be gone.
-        if (QFileInfo(path).isDir() && !QFileInfo(path).isSymLink())
-            QDir(path).removeRecursively();
-        else
+        // Errors are ignored: the file may already be gone. A folder is never removed: what
+        // another application hands over for importing is a file, and a folder named on the
+        // command line must not vanish with everything in it.
+        if (!QFileInfo(path).isDir() || QFileInfo(path).isSymLink())
             QFile::remove(path);
     });
 }
