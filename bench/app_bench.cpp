@@ -168,7 +168,8 @@ int main(int argc, char** argv) {
     Paths::setDeviceRoot(root);
     app.setLaunchPauseEnabled(false);
     app.application(&app, QVariantMap());
-    QTest::qWaitForWindowExposed(app.window());
+    if (!QTest::qWaitForWindowExposed(app.window()))
+        return 1;
 
     benchmark::Initialize(&argc, argv);
     benchmark::RunSpecifiedBenchmarks();
