@@ -109,6 +109,12 @@ QVariantMap metadataOf(const ImportViewController* editor) {
     return editor->importDict().value(s("metadata")).toMap();
 }
 
+// An editor for a record given whole, or for a hand-off when a kind is given.
+ImportViewController* makeEditor(const QVariantMap& record, const QString& handoffKind) {
+    return handoffKind.isEmpty() ? new ImportViewController(record)
+                                 : new ImportViewController(record, handoffKind);
+}
+
 EditableImportTableViewCell* fieldRow(const ImportViewController* editor, int row) {
     return qobject_cast<EditableImportTableViewCell*>(
         editor->tableView()->cellForRowAtIndexPath({ImportEditorLayout::FieldsSection, row}));
@@ -290,8 +296,7 @@ void TestEditor::rowsOfKind() {
     QFETCH(bool, artwork);
 
     ScopedDevice device(Idiom::Phone, QSizeF(390, 760), 2);
-    auto* editor = handoffKind.isEmpty() ? new ImportViewController(record)
-                                         : new ImportViewController(record, handoffKind);
+    auto* editor = makeEditor(record, handoffKind);
     const auto open = present(editor, QSize(390, 760));
     QVERIFY(open);
     QTRY_VERIFY(editor->isVisible());
@@ -459,8 +464,7 @@ void TestEditor::importSubmits() {
     QFETCH(QStringList, calls);
 
     ScopedDevice device(Idiom::Phone, QSizeF(390, 760), 2);
-    auto* editor = handoffKind.isEmpty() ? new ImportViewController(record)
-                                         : new ImportViewController(record, handoffKind);
+    auto* editor = makeEditor(record, handoffKind);
     RecordingDelegate delegate;
     editor->setDelegate(&delegate);
     const auto open = present(editor, QSize(390, 760));
@@ -536,8 +540,7 @@ void TestEditor::cancel() {
     QFETCH(QString, handoffKind);
     QFETCH(QStringList, calls);
 
-    auto* editor = handoffKind.isEmpty() ? new ImportViewController(record)
-                                         : new ImportViewController(record, handoffKind);
+    auto* editor = makeEditor(record, handoffKind);
     RecordingDelegate delegate;
     editor->setDelegate(&delegate);
     const auto open = present(editor, QSize(390, 760));

@@ -170,6 +170,14 @@ struct SearchWindow {
     QString shownTitle() const {
         return search->navigationController()->navigationBar()->titleText();
     }
+    // Shows the window, opens a search for "Harbour" and waits until its results are counted
+    // in the title.
+    bool showResults(int count) {
+        return QTest::qWaitForWindowExposed(window.get()) && present(QStringLiteral("Harbour")) &&
+               QTest::qWaitFor([this, count] {
+                   return shownTitle() == QStringLiteral("%1 Images").arg(count);
+               });
+    }
     AlertController* alert() const { return window->findChild<AlertController*>(); }
 };
 
@@ -343,10 +351,8 @@ void TestSearchUi::pickImage() {
     SearchService service;
     QVERIFY(service.start(6, missing));
     SearchWindow screen(QSize(320, 568));
-    QVERIFY(QTest::qWaitForWindowExposed(screen.window.get()));
-    QVERIFY(screen.present(s("Harbour")));
+    QVERIFY(screen.showResults(6));
     GoogleImagesCollectionVC* search = screen.search;
-    QTRY_COMPARE(screen.shownTitle(), s("6 Images"));
 
     tapCell(search->collectionView(), section);
     DetailView* panel = search->detailView();
@@ -388,10 +394,8 @@ void TestSearchUi::closePanel() {
     SearchService service;
     QVERIFY(service.start(6));
     SearchWindow screen(QSize(320, 568));
-    QVERIFY(QTest::qWaitForWindowExposed(screen.window.get()));
-    QVERIFY(screen.present(s("Harbour")));
+    QVERIFY(screen.showResults(6));
     GoogleImagesCollectionVC* search = screen.search;
-    QTRY_COMPARE(screen.shownTitle(), s("6 Images"));
 
     tapCell(search->collectionView(), 0);
     QPointer<DetailView> panel = search->detailView();
@@ -419,9 +423,7 @@ void TestSearchUi::cancel() {
     SearchService service;
     QVERIFY(service.start(3));
     SearchWindow screen(QSize(320, 568));
-    QVERIFY(QTest::qWaitForWindowExposed(screen.window.get()));
-    QVERIFY(screen.present(s("Harbour")));
-    QTRY_COMPARE(screen.shownTitle(), s("3 Images"));
+    QVERIFY(screen.showResults(3));
 
     tap(screen.search->navigationItem()->leftBarButton());
     QTRY_VERIFY(!screen.search);
@@ -449,10 +451,8 @@ void TestSearchUi::laterSearchFails() {
     SearchService service;
     QVERIFY(service.start(3));
     SearchWindow screen(QSize(320, 568));
-    QVERIFY(QTest::qWaitForWindowExposed(screen.window.get()));
-    QVERIFY(screen.present(s("Harbour")));
+    QVERIFY(screen.showResults(3));
     GoogleImagesCollectionVC* search = screen.search;
-    QTRY_COMPARE(screen.shownTitle(), s("3 Images"));
     QVERIFY(!screen.alert());
 
     // The search bar slides down under the dimmed grid...
@@ -481,10 +481,8 @@ void TestSearchUi::rotation() {
     SearchService service;
     QVERIFY(service.start(6));
     SearchWindow screen(QSize(320, 568));
-    QVERIFY(QTest::qWaitForWindowExposed(screen.window.get()));
-    QVERIFY(screen.present(s("Harbour")));
+    QVERIFY(screen.showResults(6));
     GoogleImagesCollectionVC* search = screen.search;
-    QTRY_COMPARE(screen.shownTitle(), s("6 Images"));
     tapCell(search->collectionView(), 0);
     DetailView* panel = search->detailView();
     QVERIFY(panel);
