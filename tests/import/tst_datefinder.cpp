@@ -1,5 +1,6 @@
 #include "import/DateFinder.h"
 
+#include <QElapsedTimer>
 #include <QTest>
 
 using namespace tolvane;
@@ -37,6 +38,8 @@ private Q_SLOTS:
     void year();
     void matches_data();
     void matches();
+    void linearInLength_data();
+    void linearInLength();
 };
 
 void TestDateFinder::year_data() {
@@ -121,6 +124,8 @@ void TestDateFinder::matches_data() {
     row("mail a.b@example.com or see www.example.com.", {"5+15 none", "28+15 none"});
     row("http://example.com/2011-03-05 x", {"0+29 none"});
     row("20110305@example.com", {"0+20 none"});
+    row("a.b@x.com-y and a@b.c or a@b.cd1", {"0+9 none"});
+    row("(https://x.y/z). and see www. or WWW.X", {"1+13 none", "33+5 none"});
     row("id20110305 or 1.20110305", {});
     row("Track 2011 remix at 10:20", {});
 }
@@ -128,6 +133,28 @@ void TestDateFinder::matches_data() {
 void TestDateFinder::matches() {
     QFETCH(QString, text);
     QTEST(described(DateFinder::matches(text)), "expected");
+}
+
+void TestDateFinder::linearInLength_data() {
+    QTest::addColumn<QString>("unit");
+    // Runs that a link, an address or a date could begin in at every word: walking the rest of
+    // the text again from each word made 120 KB of them take seconds.
+    for (const char* unit : {"x.", "1.2.", "a-", "2011.03.05.", "5 March ", "Mar 5th, ", "www.,"})
+        QTest::newRow(unit) << s(unit);
+}
+
+void TestDateFinder::linearInLength() {
+    QFETCH(QString, unit);
+    QString text;
+    while (text.size() < 200000)
+        text += unit;
+    text += u'@';
+    QElapsedTimer timer;
+    timer.start();
+    const std::optional<QString> year = getYear(text);
+    Q_UNUSED(year);
+    // About 0.2 s here even in a sanitizer build; the quadratic walk took over a minute.
+    QVERIFY2(timer.elapsed() < 15000, qPrintable(QString::number(timer.elapsed())));
 }
 
 QTEST_GUILESS_MAIN(TestDateFinder)
