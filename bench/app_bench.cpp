@@ -163,7 +163,7 @@ int main(int argc, char** argv) {
     TolvaneApplication app(argc, argv);
     QTemporaryDir device;
     const QString root = device.filePath(QStringLiteral("device"));
-    if (!DemoDevice::create(root, QStringLiteral(TOLVANE_BUILD_SYSTEM_DATA)).isEmpty())
+    if (!DemoDevice::create(root, QStringLiteral(TOLVANE_BUILD_SYSTEM_DATA)).ok())
         return 1;
     Paths::setDeviceRoot(root);
     app.setLaunchPauseEnabled(false);

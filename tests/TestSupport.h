@@ -28,7 +28,7 @@ inline bool writeFile(const QString& path, const QByteArray& bytes) {
 
 inline bool writePlist(const QString& path, const QVariant& value) {
     QDir().mkpath(QFileInfo(path).path());
-    return PropertyListWriter::writeXml(path, value);
+    return PropertyListWriter::writeXml(path, value).ok();
 }
 
 // A PNG of one colour.

@@ -15,24 +15,23 @@ const char* const mediaFiles[] = {
     "Evening Tide.mp3", "Morning Run.m4a", "Harbour Timelapse.mp4", "Harbour Timelapse.jpg",
     "Field Notes.pdf",  "notes.txt",       "cover-art.png"};
 
-bool copyTo(const QString& from, const QString& to, QString* problem) {
+Status copyTo(const QString& from, const QString& to) {
     QDir().mkpath(QFileInfo(to).path());
     if (QFile::copy(from, to))
-        return true;
-    *problem = QStringLiteral("cannot copy %1 to %2").arg(from, to);
-    return false;
+        return {};
+    return Failure(QStringLiteral("cannot copy %1 to %2").arg(from, to));
 }
 
-bool copyTree(const QString& from, const QString& to, QString* problem) {
+Status copyTree(const QString& from, const QString& to) {
     const QFileInfoList entries = QDir(from).entryInfoList(QDir::AllEntries | QDir::NoDotAndDotDot);
     for (const QFileInfo& entry : entries) {
         const QString target = to + QLatin1Char('/') + entry.fileName();
-        const bool ok = entry.isDir() ? copyTree(entry.filePath(), target, problem)
-                                      : copyTo(entry.filePath(), target, problem);
-        if (!ok)
-            return false;
+        Status copied =
+            entry.isDir() ? copyTree(entry.filePath(), target) : copyTo(entry.filePath(), target);
+        if (!copied)
+            return copied;
     }
-    return true;
+    return {};
 }
 
 } // namespace
@@ -49,13 +48,13 @@ QString DemoDevice::systemDataFolder() {
     return QString();
 }
 
-QString DemoDevice::create(const QString& folder, const QString& systemData) {
+Status DemoDevice::create(const QString& folder, const QString& systemData) {
     const QString media = systemData + QStringLiteral("/demo/media");
     if (systemData.isEmpty() || !QFileInfo(media).isDir())
-        return QStringLiteral("no demo media found (looked for share/tolvane/demo/media)");
+        return Failure(QStringLiteral("no demo media found (looked for share/tolvane/demo/media)"));
     const QDir device(QFileInfo(folder).absoluteFilePath());
     if (device.exists() && !device.isEmpty())
-        return QStringLiteral("%1 exists and is not empty").arg(device.path());
+        return Failure(QStringLiteral("exists and is not empty"), device.path());
 
     const QString mobile = device.path() + QStringLiteral("/var/mobile");
     const QString downloads = mobile + QStringLiteral("/Downloads");
@@ -65,40 +64,44 @@ QString DemoDevice::create(const QString& folder, const QString& systemData) {
           preferences, mobile + QStringLiteral("/Media/Downloads"),
           mobile + QStringLiteral("/Media/Artwork"), mobile + QStringLiteral("/Pictures")}) {
         if (!QDir().mkpath(made))
-            return QStringLiteral("cannot create %1").arg(made);
+            return Failure(QStringLiteral("cannot be created"), made);
     }
 
-    QString problem;
     const auto from = [&media](const char* name) {
         return media + QLatin1Char('/') + QLatin1String(name);
     };
-    bool ok = copyTree(systemData + QStringLiteral("/Application Support"),
-                       device.path() + QStringLiteral("/Library/Application Support"), &problem);
-    for (const char* name : mediaFiles)
-        ok = ok && copyTo(from(name), downloads + QLatin1Char('/') + QLatin1String(name), &problem);
     // Space-free copies of the video and its thumbnail: the values of a hand-off URL after the
     // third are used as written, so these paths need no escaping.
     const QString harbour = downloads + QStringLiteral("/harbour.mp4");
     const QString harbourThumb = downloads + QStringLiteral("/harbour.jpg");
     const QString stored = mobile + QStringLiteral("/Media/Downloads/Evening Tide (copy).mp3");
-    ok =
-        ok &&
-        copyTo(from("Morning Run.m4a"),
-               downloads + QStringLiteral("/Podcasts/Episode 12 - Open Water.m4a"), &problem) &&
-        copyTo(from("Harbour Timelapse.mp4"), harbour, &problem) &&
-        copyTo(from("Harbour Timelapse.jpg"), harbourThumb, &problem) &&
-        copyTo(from("Evening Tide.mp3"), stored, &problem) &&
-        copyTo(from("Harbour Timelapse.jpg"),
-               mobile + QStringLiteral("/Media/Artwork/Evening Tide (copy).mp3.jpeg"), &problem) &&
-        copyTo(from("cover-art.png"), mobile + QStringLiteral("/Pictures/cover-art.png"), &problem);
-    if (!ok)
-        return problem;
+    QList<std::pair<QString, QString>> copies;
+    for (const char* name : mediaFiles)
+        copies.append({from(name), downloads + QLatin1Char('/') + QLatin1String(name)});
+    copies += {
+        {from("Morning Run.m4a"),
+         downloads + QStringLiteral("/Podcasts/Episode 12 - Open Water.m4a")},
+        {from("Harbour Timelapse.mp4"), harbour},
+        {from("Harbour Timelapse.jpg"), harbourThumb},
+        {from("Evening Tide.mp3"), stored},
+        {from("Harbour Timelapse.jpg"),
+         mobile + QStringLiteral("/Media/Artwork/Evening Tide (copy).mp3.jpeg")},
+        {from("cover-art.png"), mobile + QStringLiteral("/Pictures/cover-art.png")},
+    };
+    if (Status copied = copyTree(systemData + QStringLiteral("/Application Support"),
+                                 device.path() + QStringLiteral("/Library/Application Support"));
+        !copied)
+        return copied;
+    for (const auto& [source, target] : std::as_const(copies)) {
+        if (Status copied = copyTo(source, target); !copied)
+            return copied;
+    }
     // A hidden file the listing skips, and a link to the stored copy.
     QFile state(downloads + QStringLiteral("/.download-state"));
     if (!state.open(QIODevice::WriteOnly) ||
         !state.write("last-check=2024-06-01T07:15:00Z pending=0\n") ||
         !QFile::link(stored, downloads + QStringLiteral("/Latest download.mp3")))
-        return QStringLiteral("cannot write into %1").arg(downloads);
+        return Failure(QStringLiteral("cannot be written"), downloads);
 
     const QVariantMap downloadsStore{
         {QStringLiteral("evening-tide"),
@@ -123,13 +126,13 @@ QString DemoDevice::create(const QString& folder, const QString& systemData) {
                                   {QStringLiteral("icon"), QStringLiteral("video.png")},
                                   {QStringLiteral("isVideo"), 1},
                                   {QStringLiteral("iconData"), harbourThumb}}}}}};
-    if (!PropertyListWriter::writeXml(preferences +
-                                          QStringLiteral("/com.merrowby.tolvaneprefs.plist"),
-                                      QVariantMap{{QStringLiteral("savePath"), downloads},
-                                                  {QStringLiteral("downloads"), downloadsStore}}) ||
-        !PropertyListWriter::writeXml(preferences + QStringLiteral("/tracks.plist"), tracks))
-        return QStringLiteral("cannot write the preferences in %1").arg(preferences);
-    return QString();
+    if (Status written = PropertyListWriter::writeXml(
+            preferences + QStringLiteral("/com.merrowby.tolvaneprefs.plist"),
+            QVariantMap{{QStringLiteral("savePath"), downloads},
+                        {QStringLiteral("downloads"), downloadsStore}});
+        !written)
+        return written;
+    return PropertyListWriter::writeXml(preferences + QStringLiteral("/tracks.plist"), tracks);
 }
 
 } // namespace tolvane

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "platform/Result.h"
+
 #include <QString>
 
 namespace tolvane {
@@ -12,9 +14,8 @@ class DemoDevice {
 public:
     // The installed (or built) share/tolvane folder holding "Application Support" and "demo".
     static QString systemDataFolder();
-    // Makes a device at `folder`, which must be missing or empty. Returns the cause of a
-    // failure, or an empty text.
-    static QString create(const QString& folder, const QString& systemData);
+    // Makes a device at `folder`, which must be missing or empty.
+    static Status create(const QString& folder, const QString& systemData);
 };
 
 } // namespace tolvane

@@ -15,12 +15,18 @@ bool existsAt(const QString& path) {
 }
 } // namespace
 
-QVariantMap Preferences::read() {
+Result<QVariantMap> Preferences::read() {
     return PropertyListReader::readDictionary(Paths::preferencesFile());
 }
 
+QVariantMap Preferences::readOrEmpty() {
+    const Result<QVariantMap> preferences = read();
+    ignoreFailure(preferences, "an unreadable preferences file holds no keys");
+    return preferences.valueOr({});
+}
+
 std::optional<QString> Preferences::savePath() {
-    const QVariant value = read().value(QStringLiteral("savePath"));
+    const QVariant value = readOrEmpty().value(QStringLiteral("savePath"));
     if (value.typeId() != QMetaType::QString)
         return std::nullopt;
     return value.toString();
@@ -40,11 +46,11 @@ QString Preferences::getTheFullDestinationPath() {
 
 EntryStore::Lookup EntryStore::lookup(const QString& storeFile, const QString& storeKey,
                                       const QString& entryKey) {
-    bool readable = false;
-    const QVariantMap stores = PropertyListReader::readDictionary(storeFile, &readable);
-    if (!readable)
+    const Result<QVariantMap> stores = PropertyListReader::readDictionary(storeFile);
+    ignoreFailure(stores, "a hand-off naming an unreadable store is refused without a word");
+    if (!stores)
         return {Status::Unreadable, std::nullopt};
-    const QVariant store = stores.value(storeKey);
+    const QVariant store = stores->value(storeKey);
     if (store.typeId() != QMetaType::QVariantMap)
         return {Status::NoSuchStore, std::nullopt};
     if (entryKey.isNull())

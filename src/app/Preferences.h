@@ -1,5 +1,7 @@
 #pragma once
 
+#include "platform/Result.h"
+
 #include <QString>
 #include <QVariantMap>
 
@@ -12,8 +14,11 @@ namespace tolvane {
 // elsewhere counts at once.
 class Preferences {
 public:
-    // The top-level dictionary of the preferences file; empty when missing or unreadable.
-    static QVariantMap read();
+    // The top-level dictionary of the preferences file.
+    static Result<QVariantMap> read();
+    // The same, empty when the file is missing or unreadable: outside writers own the file, and
+    // every rule that reads it treats an unreadable file as one without the key it looks for.
+    static QVariantMap readOrEmpty();
 
     // "savePath" when set.
     static std::optional<QString> savePath();

@@ -74,9 +74,12 @@ int main(int argc, char** argv) {
     QTemporaryDir demoFolder(QDir::tempPath() + QStringLiteral("/tolvane-demo-XXXXXX"));
     if (parser.isSet(demoOption)) {
         const QString device = demoFolder.filePath(QStringLiteral("device"));
-        const QString problem = DemoDevice::create(device, DemoDevice::systemDataFolder());
-        if (!demoFolder.isValid() || !problem.isEmpty()) {
-            std::fprintf(stderr, "tolvane: cannot make the demo device: %s\n", qPrintable(problem));
+        const Status made = demoFolder.isValid()
+                                ? DemoDevice::create(device, DemoDevice::systemDataFolder())
+                                : Status(Failure(demoFolder.errorString(), demoFolder.path()));
+        if (!made) {
+            std::fprintf(stderr, "tolvane: cannot make the demo device: %s\n",
+                         qPrintable(made.errorText()));
             return 1;
         }
         std::printf("tolvane: demo device at %s\n", qPrintable(device));

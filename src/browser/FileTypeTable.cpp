@@ -4,12 +4,17 @@
 #include "platform/Paths.h"
 
 #include <QFile>
+#include <QLoggingCategory>
 #include <QMutex>
 #include <QMutexLocker>
 
 #include <sys/stat.h>
 
 namespace tolvane {
+
+namespace {
+Q_LOGGING_CATEGORY(lcFileTypes, "tolvane.filetypes")
+} // namespace
 
 const QString FileTypeTable::unknownIconFile = QStringLiteral("unknown.png");
 const QString FileTypeTable::folderIconFile = QStringLiteral("folder.png");
@@ -96,8 +101,13 @@ std::shared_ptr<const FileTypeTable> FileTypeTable::load(const QString& path) {
         return cache.table;
 
     std::optional<OrderedDictionary> root;
-    if (stamp.exists)
-        root = PropertyListReader::readOrderedDictionary(path);
+    if (stamp.exists) {
+        Result<OrderedDictionary> read = PropertyListReader::readOrderedDictionary(path);
+        if (read)
+            root = std::move(read).value();
+        else
+            qCWarning(lcFileTypes).noquote() << read.errorText();
+    }
     cache = CachedTable{
         path, encodedPath, stamp,
         std::make_shared<const FileTypeTable>(root ? fromDictionary(*root) : FileTypeTable())};

@@ -78,9 +78,8 @@ int demo(const QCommandLineParser& parser, Format format) {
     if (arguments.size() != 1)
         return fail(QStringLiteral("demo takes exactly one DIR"));
     const QString device = QFileInfo(arguments.first()).absoluteFilePath();
-    const QString problem = DemoDevice::create(device, DemoDevice::systemDataFolder());
-    if (!problem.isEmpty())
-        return fail(problem);
+    if (const Status made = DemoDevice::create(device, DemoDevice::systemDataFolder()); !made)
+        return fail(made.errorText());
     print(QVariantMap{{QStringLiteral("device"), device}}, format);
     return Success;
 }

@@ -86,11 +86,10 @@ int import(const QCommandLineParser& parser, Format format) {
     } else {
         if (parser.isSet(setOption) || parser.isSet(artworkOption))
             return fail(QStringLiteral("--set and --artwork need FILE --kind KIND"));
-        bool ok = false;
-        QString problem;
-        record = PropertyListReader::readDictionary(arguments.first(), &ok, &problem);
-        if (!ok)
-            return fail(QStringLiteral("%1: %2").arg(arguments.first(), problem));
+        const Result<QVariantMap> read = PropertyListReader::readDictionary(arguments.first());
+        if (!read)
+            return fail(read.errorText());
+        record = *read;
     }
 
     const ImportOutcome outcome = ImportSubmission::submit(record, std::nullopt);

@@ -47,13 +47,11 @@ int record(const QCommandLineParser& parser, Format format) {
     const bool whole = parser.isSet(wholeOption);
     if (whole == parser.isSet(kindOption))
         return fail(QStringLiteral("record needs either --kind KIND or --whole"));
-    bool ok = false;
-    QString problem;
-    const QVariantMap given = PropertyListReader::readDictionary(arguments.first(), &ok, &problem);
-    if (!ok)
-        return fail(QStringLiteral("%1: %2").arg(arguments.first(), problem));
-    print(whole ? ImportRecord::fromWholeRecord(given)
-                : ImportRecord::fromHandoffRecord(given, parser.value(kindOption)),
+    const Result<QVariantMap> given = PropertyListReader::readDictionary(arguments.first());
+    if (!given)
+        return fail(given.errorText());
+    print(whole ? ImportRecord::fromWholeRecord(*given)
+                : ImportRecord::fromHandoffRecord(*given, parser.value(kindOption)),
           format);
     return Success;
 }

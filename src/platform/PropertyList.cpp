@@ -1,8 +1,8 @@
 #include "PropertyList.h"
 
+#include "platform/RegularFile.h"
+
 #include <QDateTime>
-#include <QFile>
-#include <QLoggingCategory>
 #include <QSaveFile>
 #include <QTimeZone>
 
@@ -13,8 +13,6 @@
 namespace tolvane {
 
 namespace {
-
-Q_LOGGING_CATEGORY(lcPropertyList, "tolvane.plist")
 
 // Seconds from the Unix epoch to the property-list epoch, 2001-01-01 00:00:00 UTC.
 constexpr qint64 plistEpochOffset = 978307200;
@@ -86,14 +84,11 @@ bool convert(plist_t node, QVariant& out, int depth) {
         out = value;
         return true;
     }
-    case PLIST_STRING:
-    case PLIST_KEY: {
-        char* text = nullptr;
-        if (plist_get_node_type(node) == PLIST_KEY)
-            plist_get_key_val(node, &text);
-        else
-            plist_get_string_val(node, &text);
-        out = text ? takeString(text) : QString(QLatin1String(""));
+    case PLIST_STRING: {
+        // With its stored length: the copying accessor asserts that the text holds no NUL.
+        uint64_t length = 0;
+        const char* text = plist_get_string_ptr(node, &length);
+        out = text ? QString::fromUtf8(text, qsizetype(length)) : QString(QLatin1String(""));
         return true;
     }
     case PLIST_DATA: {
@@ -146,59 +141,37 @@ bool convert(plist_t node, QVariant& out, int depth) {
     }
 }
 
-PlistPtr parse(const QByteArray& data, QString* error) {
-    if (data.isEmpty()) {
-        if (error)
-            *error = QStringLiteral("the file is empty");
-        return nullptr;
-    }
+const QString tooDeep = QStringLiteral("nested too deeply or of an unknown type");
+
+Result<PlistPtr> parse(const QByteArray& data) {
+    if (data.isEmpty())
+        return Failure(QStringLiteral("the file is empty"));
+    if (data.size() > PropertyListReader::maximumFileSize)
+        return Failure(QStringLiteral("too large for a property list (%1 bytes)").arg(data.size()));
     plist_t root = nullptr;
     const bool binary = plist_is_binary(data.constData(), uint32_t(data.size()));
-    if (binary)
+    if (binary) {
         plist_from_bin(data.constData(), uint32_t(data.size()), &root);
-    else
+        if (!root)
+            return Failure(QStringLiteral("damaged binary property list"));
+    } else {
+        // XML cannot hold a NUL character at all, and the parser would keep one inside a text.
+        if (data.contains('\0'))
+            return Failure(QStringLiteral("not a property list (a NUL byte in its XML)"));
         plist_from_xml(data.constData(), uint32_t(data.size()), &root);
-    if (!root && error) {
-        *error = binary ? QStringLiteral("damaged binary property list")
-                        : QStringLiteral("not a property list (malformed or truncated XML)");
+        if (!root)
+            return Failure(QStringLiteral("not a property list (malformed or truncated XML)"));
     }
     return PlistPtr(root);
 }
 
-// Says what was wrong with a file: to the caller who asked, else as one warning.
-void report(const QString& path, const QString& what, QString* problem) {
-    if (problem)
-        *problem = what;
-    else
-        qCWarning(lcPropertyList).noquote() << path + QStringLiteral(": ") + what;
-}
-
-std::optional<QByteArray> readFile(const QString& path, QString* problem) {
-    QFile file(path);
-    if (!file.exists()) {
-        report(path, QStringLiteral("no such file"), problem);
-        return std::nullopt;
-    }
-    if (!file.open(QIODevice::ReadOnly)) {
-        report(path, QStringLiteral("cannot be read: ") + file.errorString(), problem);
-        return std::nullopt;
-    }
-    if (file.size() > PropertyListReader::maximumFileSize) {
-        report(path, QStringLiteral("too large for a property list (%1 bytes)").arg(file.size()),
-               problem);
-        return std::nullopt;
-    }
-    return file.readAll();
-}
-
-PlistPtr parseFile(const QString& path, QString* problem) {
-    const std::optional<QByteArray> data = readFile(path, problem);
+Result<PlistPtr> parseFile(const QString& path) {
+    const Result<QByteArray> data = RegularFile::readAll(path, PropertyListReader::maximumFileSize);
     if (!data)
-        return nullptr;
-    QString error;
-    PlistPtr root = parse(*data, &error);
+        return data.failure();
+    Result<PlistPtr> root = parse(*data);
     if (!root)
-        report(path, error, problem);
+        return Failure(root.failure().message(), path);
     return root;
 }
 
@@ -254,54 +227,44 @@ plist_t toNode(const QVariant& value) {
 
 } // namespace
 
-QVariant PropertyListReader::fromData(const QByteArray& data, QString* error) {
-    PlistPtr root = parse(data, error);
+Result<QVariant> PropertyListReader::fromData(const QByteArray& data) {
+    const Result<PlistPtr> root = parse(data);
     if (!root)
-        return {};
+        return root.failure();
     QVariant value;
-    if (!convert(root.get(), value, 0)) {
-        if (error)
-            *error = QStringLiteral("nested too deeply or of an unknown type");
-        return {};
-    }
+    if (!convert(root->get(), value, 0))
+        return Failure(tooDeep);
     return value;
 }
 
-QVariant PropertyListReader::read(const QString& path, QString* problem) {
-    const PlistPtr root = parseFile(path, problem);
+Result<QVariant> PropertyListReader::read(const QString& path) {
+    const Result<PlistPtr> root = parseFile(path);
     if (!root)
-        return {};
+        return root.failure();
     QVariant value;
-    if (!convert(root.get(), value, 0)) {
-        report(path, QStringLiteral("nested too deeply or of an unknown type"), problem);
-        return {};
-    }
+    if (!convert(root->get(), value, 0))
+        return Failure(tooDeep, path);
     return value;
 }
 
-QVariantMap PropertyListReader::readDictionary(const QString& path, bool* ok, QString* problem) {
-    const QVariant value = read(path, problem);
-    const bool isDictionary = value.typeId() == QMetaType::QVariantMap;
-    if (value.isValid() && !isDictionary)
-        report(path, QStringLiteral("the top level is not a dictionary"), problem);
-    if (ok)
-        *ok = isDictionary;
-    return isDictionary ? value.toMap() : QVariantMap();
+Result<QVariantMap> PropertyListReader::readDictionary(const QString& path) {
+    const Result<QVariant> value = read(path);
+    if (!value)
+        return value.failure();
+    if (value->typeId() != QMetaType::QVariantMap)
+        return Failure(QStringLiteral("the top level is not a dictionary"), path);
+    return value->toMap();
 }
 
-std::optional<OrderedDictionary> PropertyListReader::readOrderedDictionary(const QString& path) {
-    const PlistPtr root = parseFile(path, nullptr);
+Result<OrderedDictionary> PropertyListReader::readOrderedDictionary(const QString& path) {
+    const Result<PlistPtr> root = parseFile(path);
     if (!root)
-        return std::nullopt;
-    if (plist_get_node_type(root.get()) != PLIST_DICT) {
-        report(path, QStringLiteral("the top level is not a dictionary"), nullptr);
-        return std::nullopt;
-    }
+        return root.failure();
+    if (plist_get_node_type(root->get()) != PLIST_DICT)
+        return Failure(QStringLiteral("the top level is not a dictionary"), path);
     OrderedDictionary entries;
-    if (!convertDictionary(root.get(), entries, 0)) {
-        report(path, QStringLiteral("nested too deeply or of an unknown type"), nullptr);
-        return std::nullopt;
-    }
+    if (!convertDictionary(root->get(), entries, 0))
+        return Failure(tooDeep, path);
     return entries;
 }
 
@@ -323,12 +286,14 @@ QByteArray PropertyListWriter::toBinary(const QVariant& value) {
     return QByteArray(bytes, qsizetype(length));
 }
 
-bool PropertyListWriter::writeXml(const QString& path, const QVariant& value) {
+Status PropertyListWriter::writeXml(const QString& path, const QVariant& value) {
     QSaveFile file(path);
     if (!file.open(QIODevice::WriteOnly))
-        return false;
-    file.write(toXml(value));
-    return file.commit();
+        return Failure(file.errorString(), path);
+    const QByteArray xml = toXml(value);
+    if (file.write(xml) != xml.size() || !file.commit())
+        return Failure(file.errorString(), path);
+    return {};
 }
 
 } // namespace tolvane

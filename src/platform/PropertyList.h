@@ -1,5 +1,7 @@
 #pragma once
 
+#include "platform/Result.h"
+
 #include <QByteArray>
 #include <QList>
 #include <QString>
@@ -18,24 +20,20 @@ using OrderedDictionary = QList<std::pair<QString, QVariant>>;
 // real -> double, boolean -> bool, date -> QDateTime (UTC), data -> QByteArray,
 // UID -> qulonglong.
 //
-// A file that is missing, empty, truncated, not a property list, too large or of the wrong
-// type reads as "no value" (an invalid QVariant), with one warning naming the file and what
-// was wrong. Nothing here throws or aborts on bad input.
+// A file that is missing, not an ordinary file, empty, truncated, not a property list, too large
+// or of the wrong type is a Failure saying which. Nothing here throws or aborts on bad input.
 class PropertyListReader {
 public:
     // Files beyond this size are refused rather than read into memory.
     static constexpr qint64 maximumFileSize = 64 * 1024 * 1024;
 
-    // With a problem to fill in, what was wrong goes there instead of into a warning.
-    static QVariant read(const QString& path, QString* problem = nullptr);
-    // The top-level dictionary of the file, or no value when the top level is something else.
-    static QVariantMap readDictionary(const QString& path, bool* ok = nullptr,
-                                      QString* problem = nullptr);
+    static Result<QVariant> read(const QString& path);
+    // The top-level dictionary of the file; a Failure when the top level is something else.
+    static Result<QVariantMap> readDictionary(const QString& path);
     // The top-level dictionary with its keys in file order.
-    static std::optional<OrderedDictionary> readOrderedDictionary(const QString& path);
+    static Result<OrderedDictionary> readOrderedDictionary(const QString& path);
 
-    // Parses bytes; on failure returns no value and sets *error.
-    static QVariant fromData(const QByteArray& data, QString* error = nullptr);
+    static Result<QVariant> fromData(const QByteArray& data);
 };
 
 // Writes QVariant values as property lists (the inverse mapping of the reader; QVariantMap and
@@ -44,8 +42,8 @@ class PropertyListWriter {
 public:
     static QByteArray toXml(const QVariant& value);
     static QByteArray toBinary(const QVariant& value);
-    // Writes atomically (a temporary file renamed into place). Returns false on failure.
-    static bool writeXml(const QString& path, const QVariant& value);
+    // Writes atomically: a temporary file beside it, flushed, then renamed into place.
+    static Status writeXml(const QString& path, const QVariant& value);
 };
 
 } // namespace tolvane

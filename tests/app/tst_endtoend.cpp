@@ -117,7 +117,8 @@ private:
 void TestEndToEnd::initTestCase() {
     QVERIFY(m_folder.isValid());
     m_device = m_folder.filePath(s("device"));
-    QCOMPARE(DemoDevice::create(m_device, s(TOLVANE_BUILD_SYSTEM_DATA)), QString());
+    const Status made = DemoDevice::create(m_device, s(TOLVANE_BUILD_SYSTEM_DATA));
+    QVERIFY2(made.ok(), qPrintable(made.errorText()));
     Paths::setDeviceRoot(m_device);
     m_downloads = Paths::userRoot() + s("/Downloads");
 

@@ -201,10 +201,9 @@ void TestCli::handoffAsPropertyList() {
     const Run result =
         run({s("handoff"), s("--plist"), url}, {s("TOLVANE_ROOT=") + m_device.path()});
     QCOMPARE(result.exitCode, exitCode);
-    QString error;
-    const QVariant value = PropertyListReader::fromData(result.out, &error);
-    QVERIFY2(value.isValid(), qPrintable(error));
-    const QVariantMap map = value.toMap();
+    const Result<QVariant> value = PropertyListReader::fromData(result.out);
+    QVERIFY2(value.ok(), qPrintable(value.errorText()));
+    const QVariantMap map = value->toMap();
     QCOMPARE(map.value(s("accepted")).toBool(), exitCode == 0);
     if (exitCode != 0) {
         // A property list has no null: what is not there is left out.

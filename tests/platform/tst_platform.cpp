@@ -3,6 +3,7 @@
 #include "platform/PathString.h"
 #include "platform/Paths.h"
 #include "platform/PropertyList.h"
+#include "platform/RegularFile.h"
 
 #include <QDateTime>
 #include <QDir>
@@ -13,6 +14,7 @@
 #include <QTimeZone>
 
 #include <functional>
+#include <sys/stat.h>
 
 using namespace tolvane;
 using namespace tolvane::test;
@@ -62,6 +64,8 @@ private Q_SLOTS:
     void negativeIntegerIsWrittenAsNegative();
     void badFiles_data();
     void badFiles();
+    void notOrdinaryFiles_data();
+    void notOrdinaryFiles();
     void otherTopLevels_data();
     void otherTopLevels();
     void orderedDictionaryKeepsFileOrder();
@@ -155,9 +159,9 @@ void TestPlatform::readsXmlOfEveryType() {
         {s("list"), QVariantList{s("x"), qlonglong(3), QVariantList()}},
         {s("nested"), QVariantMap{{s("inner"), QVariantMap()}}},
     };
-    QString error;
-    const QVariantMap map = PropertyListReader::fromData(xml, &error).toMap();
-    QVERIFY2(error.isEmpty(), qPrintable(error));
+    const Result<QVariant> read = PropertyListReader::fromData(xml);
+    QVERIFY2(read.ok(), qPrintable(read.errorText()));
+    const QVariantMap map = read->toMap();
     QCOMPARE(map, expected);
     // Equal values of the wrong type would pass the comparison above.
     for (auto it = expected.cbegin(); it != expected.cend(); ++it)
@@ -195,10 +199,11 @@ void TestPlatform::roundTrip() {
     QCOMPARE(bytes.startsWith("bplist00"), binary);
     QVERIFY(writeFile(path, bytes));
 
-    const QVariant fromFile = PropertyListReader::read(path);
-    QCOMPARE(fromFile.typeId(), value.typeId());
-    QCOMPARE(fromFile, value);
-    QCOMPARE(PropertyListReader::fromData(bytes), value);
+    const Result<QVariant> fromFile = PropertyListReader::read(path);
+    QVERIFY2(fromFile.ok(), qPrintable(fromFile.errorText()));
+    QCOMPARE(fromFile->typeId(), value.typeId());
+    QCOMPARE(*fromFile, value);
+    QCOMPARE(PropertyListReader::fromData(bytes).valueOr({}), value);
 }
 
 void TestPlatform::negativeIntegerIsWrittenAsNegative() {
@@ -210,6 +215,7 @@ void TestPlatform::negativeIntegerIsWrittenAsNegative() {
 void TestPlatform::badFiles_data() {
     QTest::addColumn<bool>("create");
     QTest::addColumn<QByteArray>("content");
+    QTest::addColumn<QString>("cause");
 
     const QByteArray xml = PropertyListWriter::toXml(everyKindOfValue());
     const QByteArray binary = PropertyListWriter::toBinary(everyKindOfValue());
@@ -221,47 +227,88 @@ void TestPlatform::badFiles_data() {
     for (int i = 1; i < 1000; ++i)
         deep = QVariantList{deep};
 
-    QTest::newRow("missing") << false << QByteArray();
-    QTest::newRow("empty") << true << QByteArray();
-    QTest::newRow("truncated xml") << true << xml.left(xml.size() / 2);
-    QTest::newRow("truncated binary") << true << binary.left(binary.size() / 2);
-    QTest::newRow("binary header only") << true << QByteArray("bplist00");
-    QTest::newRow("random bytes") << true << noise;
-    QTest::newRow("other xml") << true << QByteArray("<html><body>no</body></html>");
+    QTest::newRow("missing") << false << QByteArray() << s("No such file");
+    QTest::newRow("empty") << true << QByteArray() << s("empty");
+    QTest::newRow("truncated xml") << true << xml.left(xml.size() / 2) << s("malformed");
+    QTest::newRow("truncated binary") << true << binary.left(binary.size() / 2) << s("damaged");
+    QTest::newRow("binary header only") << true << QByteArray("bplist00") << s("damaged");
+    QTest::newRow("random bytes") << true << noise << s("property list");
+    QTest::newRow("other xml") << true << QByteArray("<html><body>no</body></html>")
+                               << s("property list");
     QTest::newRow("1000 nested arrays, xml")
         << true
-        << plistXml(QByteArray("<array>").repeated(1000) + QByteArray("</array>").repeated(1000));
-    QTest::newRow("1000 nested arrays, binary") << true << PropertyListWriter::toBinary(deep);
+        << plistXml(QByteArray("<array>").repeated(1000) + QByteArray("</array>").repeated(1000))
+        << s("nested too deeply|not a dictionary");
+    QTest::newRow("1000 nested arrays, binary")
+        << true << PropertyListWriter::toBinary(deep) << s("nested too deeply|not a dictionary");
+    // The parser would keep the NUL inside the text, and its copying accessor asserts on it.
+    QTest::newRow("NUL inside a string")
+        << true
+        << plistXml(QByteArray("<dict><key>savePath</key><string>/a") + '\0' +
+                    QByteArray("b</string></dict>"))
+        << s("NUL byte");
+    QTest::newRow("NUL inside a key") << true
+                                      << plistXml(QByteArray("<dict><key>a") + '\0' +
+                                                  QByteArray("b</key><string>x</string></dict>"))
+                                      << s("NUL byte");
 }
 
 void TestPlatform::badFiles() {
     QFETCH(bool, create);
     QFETCH(QByteArray, content);
+    QFETCH(QString, cause);
 
     QTemporaryDir dir;
     const QString path = dir.filePath(s("bad file.plist"));
     if (create)
         QVERIFY(writeFile(path, content));
 
-    const std::function<bool()> readers[] = {
-        [&] { return !PropertyListReader::read(path).isValid(); },
-        [&] {
-            bool ok = true;
-            return PropertyListReader::readDictionary(path, &ok).isEmpty() && !ok;
-        },
-        [&] { return !PropertyListReader::readOrderedDictionary(path).has_value(); },
+    const std::function<QString()> readers[] = {
+        [&] { return PropertyListReader::read(path).errorText(); },
+        [&] { return PropertyListReader::readDictionary(path).errorText(); },
+        [&] { return PropertyListReader::readOrderedDictionary(path).errorText(); },
     };
-    for (const auto& readsNothing : readers) {
-        WarningLog log("tolvane.plist");
-        QTest::ignoreMessage(QtWarningMsg, QRegularExpression(QRegularExpression::escape(path)));
-        QVERIFY(readsNothing());
-        QCOMPARE(log.count(), 1);
+    for (const auto& read : readers) {
+        const QString text = read();
+        QVERIFY2(text.startsWith(path + s(": ")), qPrintable(text));
+        QVERIFY2(
+            text.contains(QRegularExpression(cause, QRegularExpression::CaseInsensitiveOption)),
+            qPrintable(text));
+        QVERIFY(!text.contains(u'\n'));
     }
     if (create) {
-        QString error;
-        QVERIFY(!PropertyListReader::fromData(content, &error).isValid());
-        QVERIFY(!error.isEmpty());
+        const Result<QVariant> parsed = PropertyListReader::fromData(content);
+        QVERIFY(!parsed.ok());
+        QVERIFY(parsed.failure().message().contains(
+            QRegularExpression(cause, QRegularExpression::CaseInsensitiveOption)));
     }
+}
+
+void TestPlatform::notOrdinaryFiles_data() {
+    QTest::addColumn<QString>("path");
+    QTest::addColumn<QString>("cause");
+    QTest::newRow("a FIFO") << s("fifo") << s("a FIFO");
+    QTest::newRow("an endless device") << s("/dev/zero") << s("a device");
+    QTest::newRow("made up by the kernel") << s("/proc/self/mem") << s("makes up");
+    QTest::newRow("a folder") << s(".") << s("folder");
+}
+
+void TestPlatform::notOrdinaryFiles() {
+    // None of these may block, grow without end, or read as an empty property list.
+    QFETCH(QString, path);
+    QFETCH(QString, cause);
+    QTemporaryDir dir;
+    if (path == s("fifo")) {
+        path = dir.filePath(path);
+        QCOMPARE(::mkfifo(QFile::encodeName(path).constData(), 0600), 0);
+    } else if (path == s(".")) {
+        path = dir.path();
+    }
+    const Result<QVariant> read = PropertyListReader::read(path);
+    QVERIFY(!read.ok());
+    QVERIFY2(read.errorText().contains(cause), qPrintable(read.errorText()));
+    QCOMPARE(read.failure().path(), path);
+    QVERIFY(!RegularFile::check(path).ok());
 }
 
 void TestPlatform::otherTopLevels_data() {
@@ -276,24 +323,14 @@ void TestPlatform::otherTopLevels() {
     QTemporaryDir dir;
     const QString path = dir.filePath(s("top.plist"));
     QVERIFY(writeFile(path, content));
-    const QRegularExpression namesFile(QRegularExpression::escape(path));
 
-    {
-        // A good property list: read() gives its value, without a warning.
-        WarningLog log("tolvane.plist");
-        QVERIFY(PropertyListReader::read(path).isValid());
-        QCOMPARE(log.count(), 0);
-    }
-    {
-        WarningLog log("tolvane.plist");
-        QTest::ignoreMessage(QtWarningMsg, namesFile);
-        bool ok = true;
-        QVERIFY(PropertyListReader::readDictionary(path, &ok).isEmpty());
-        QVERIFY(!ok);
-        QTest::ignoreMessage(QtWarningMsg, namesFile);
-        QVERIFY(!PropertyListReader::readOrderedDictionary(path));
-        QCOMPARE(log.count(), 2);
-    }
+    // A good property list of another shape: read() gives its value, the dictionary readers
+    // say what is wrong.
+    QVERIFY(PropertyListReader::read(path).ok());
+    const Result<QVariantMap> dictionary = PropertyListReader::readDictionary(path);
+    QVERIFY(!dictionary.ok());
+    QCOMPARE(dictionary.errorText(), path + s(": the top level is not a dictionary"));
+    QCOMPARE(PropertyListReader::readOrderedDictionary(path).errorText(), dictionary.errorText());
 }
 
 void TestPlatform::orderedDictionaryKeepsFileOrder() {
@@ -306,9 +343,8 @@ void TestPlatform::orderedDictionaryKeepsFileOrder() {
   <key>alpha</key><string>4</string>
 </dict>)")));
 
-    const std::optional<OrderedDictionary> entries =
-        PropertyListReader::readOrderedDictionary(path);
-    QVERIFY(entries.has_value());
+    const Result<OrderedDictionary> entries = PropertyListReader::readOrderedDictionary(path);
+    QVERIFY(entries.ok());
     QStringList keys;
     for (const auto& entry : *entries)
         keys.append(entry.first);

@@ -139,11 +139,11 @@ MediaLibrary::MediaLibrary(const QString& folder)
     : m_folder(QDir::cleanPath(folder)) {}
 
 QString MediaLibrary::defaultFolder() {
-    const QString file = Paths::preferencesFile();
-    const QString configured = QFileInfo::exists(file) ? PropertyListReader::readDictionary(file)
-                                                             .value(QStringLiteral("libraryPath"))
-                                                             .toString()
-                                                       : QString();
+    const Result<QVariantMap> preferences =
+        PropertyListReader::readDictionary(Paths::preferencesFile());
+    ignoreFailure(preferences, "without readable preferences the library is in its usual place");
+    const QString configured =
+        preferences.valueOr({}).value(QStringLiteral("libraryPath")).toString();
     if (!configured.isEmpty())
         return configured;
     return Paths::userRoot() + QStringLiteral("/Media/Tolvane");
