@@ -112,7 +112,7 @@ void BM_SongArtworkFrom3000Jpeg(benchmark::State& state) {
     const QByteArray cover = bigCover();
     for (auto _ : state) {
         const auto jpeg = ArtworkSizing::sizedJpeg(cover, QStringLiteral("song"), 80);
-        benchmark::DoNotOptimize(jpeg->constData());
+        benchmark::DoNotOptimize(jpeg->bytes.constData());
     }
 }
 BENCHMARK(BM_SongArtworkFrom3000Jpeg)->Arg(1)->Arg(2)->Arg(3)->Unit(benchmark::kMillisecond);

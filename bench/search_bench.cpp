@@ -76,7 +76,7 @@ void BM_MemoryCacheBound2000Thumbnails(benchmark::State& state) {
         int arrived = 0;
         for (int i = 0; i < count; ++i)
             loader.loadImage(server.url(("/t" + QByteArray::number(i) + ".png").constData()),
-                             nullptr, [&](const QImage&, const QString&) {
+                             nullptr, [&](const Result<QImage>&) {
                                  ++arrived;
                                  peak = std::max(peak, loader.memoryCacheCost());
                              });

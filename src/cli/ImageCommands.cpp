@@ -1,7 +1,9 @@
 #include "cli/Command.h"
+#include "imaging/ImageDecoder.h"
 #include "imaging/ImageEffects.h"
 #include "import/ArtworkSizing.h"
 #include "platform/Device.h"
+#include "platform/RegularFile.h"
 
 #include <QFile>
 #include <QImageReader>
@@ -28,12 +30,14 @@ std::optional<qreal> scaleFrom(const QCommandLineParser& parser) {
     return scale;
 }
 
-bool writeFile(const QString& path, const QByteArray& bytes, QString* problem) {
+// Artwork files are read whole; a larger one is no artwork.
+constexpr qint64 artworkFileLimit = 256 * 1024 * 1024;
+
+Status writeFile(const QString& path, const QByteArray& bytes) {
     QSaveFile file(path);
     if (file.open(QIODevice::WriteOnly) && file.write(bytes) == bytes.size() && file.commit())
-        return true;
-    *problem = QStringLiteral("%1: cannot be written: %2").arg(path, file.errorString());
-    return false;
+        return {};
+    return Failure(QStringLiteral("cannot be written: %1").arg(file.errorString()), path);
 }
 
 QVariantList pair(qreal a, qreal b) {
@@ -49,22 +53,19 @@ int artwork(const QCommandLineParser& parser, Format format) {
         return fail(QStringLiteral("--scale takes a number above 0"));
     ScopedDevice device(Idiom::Phone, QSizeF(375, 667), *scale);
 
-    QFile input(arguments.at(0));
-    if (!input.open(QIODevice::ReadOnly))
-        return fail(
-            QStringLiteral("%1: cannot be read: %2").arg(input.fileName(), input.errorString()));
-    QSizeF points;
-    QSize pixels;
-    const std::optional<QByteArray> jpeg =
-        ArtworkSizing::sizedJpeg(input.readAll(), parser.value(kindOption), 80, &points, &pixels);
+    const Result<QByteArray> input = RegularFile::readAll(arguments.at(0), artworkFileLimit);
+    if (!input)
+        return fail(input.errorText());
+    const Result<ArtworkSizing::Jpeg> jpeg =
+        ArtworkSizing::sizedJpeg(*input, parser.value(kindOption), 80);
     if (!jpeg)
-        return fail(QStringLiteral("%1: not an image that can be decoded").arg(input.fileName()));
-    QString problem;
-    if (!writeFile(arguments.at(1), *jpeg, &problem))
-        return fail(problem);
-    print(QVariantMap{{QStringLiteral("points"), pair(points.width(), points.height())},
-                      {QStringLiteral("pixels"), pair(pixels.width(), pixels.height())}},
-          format);
+        return fail(QStringLiteral("%1: %2").arg(arguments.at(0), jpeg.failure().message()));
+    if (const Status written = writeFile(arguments.at(1), jpeg->bytes); !written)
+        return fail(written.errorText());
+    print(
+        QVariantMap{{QStringLiteral("points"), pair(jpeg->points.width(), jpeg->points.height())},
+                    {QStringLiteral("pixels"), pair(jpeg->pixels.width(), jpeg->pixels.height())}},
+        format);
     return Success;
 }
 
@@ -97,10 +98,10 @@ int effect(const QCommandLineParser& parser, Format) {
         return fail(QStringLiteral("unknown effect \"%1\"").arg(name));
     }
 
-    QImageReader reader(arguments.at(1));
-    QImage snapshot = reader.read();
-    if (snapshot.isNull())
-        return fail(QStringLiteral("%1: %2").arg(arguments.at(1), reader.errorString()));
+    Result<QImage> decoded = ImageDecoder::decodeFile(arguments.at(1));
+    if (!decoded)
+        return fail(decoded.errorText());
+    QImage snapshot = std::move(decoded).value();
     // A snapshot of the screen: its pixels kept, its points its pixels over the scale.
     snapshot.setDevicePixelRatio(*scale);
     const QImage result = apply(snapshot);

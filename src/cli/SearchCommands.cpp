@@ -62,23 +62,18 @@ int search(const QCommandLineParser& parser, Format format) {
         ImageSearchRequest::forSearch(arguments.at(0), parser.value(keywordOption));
 
     QEventLoop loop;
-    std::optional<QString> page;
-    QString cause;
-    HttpClient::shared().get(
-        request.url, request.headers, &loop,
-        [&](const QString& body) {
-            page = body;
-            loop.quit();
-        },
-        [&](const QString& message) {
-            cause = message;
-            loop.quit();
-        });
+    std::optional<Result<HttpReply>> answer;
+    HttpClient::shared().get(request.url, request.headers, &loop,
+                             [&](const Result<HttpReply>& reply) {
+                                 answer = reply;
+                                 loop.quit();
+                             });
     loop.exec();
-    if (!page)
-        return rejected(cause);
+    if (!answer->ok())
+        return rejected(answer->failure().message());
 
-    const std::optional<QList<QVariantMap>> images = ImageSearchScraper::imagesFromPage(*page);
+    const std::optional<QList<QVariantMap>> images =
+        ImageSearchScraper::imagesFromPage(answer->value().text());
     print(records(images), format);
     return images ? Success : rejected(QStringLiteral("the page holds no results"));
 }

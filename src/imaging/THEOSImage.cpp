@@ -1,10 +1,10 @@
 #include "THEOSImage.h"
 
+#include "imaging/ImageDecoder.h"
 #include "imaging/ImageDensity.h"
 #include "platform/Device.h"
 #include "platform/PathString.h"
 
-#include <QImageReader>
 #include <QPainter>
 
 #include <cmath>
@@ -15,11 +15,12 @@ QImage imageWithName(const QString& name, const QString& directory) {
     const qreal scale = Device::current().scale();
     const ImageDensity density = ImageDensity::resolve(name, scale);
 
-    QImageReader reader(PathString::appendingPathComponent(directory, density.name));
-    reader.setAutoTransform(true);
-    QImage decoded = reader.read();
-    // QImageReader takes an "@Nx" file name as a pixel ratio; here only the screen's scale sets
-    // it, so a name that carries the suffix itself is returned at its pixel size.
+    // A missing image is nothing, without a word, as every caller expects of resource images.
+    QImage decoded =
+        ImageDecoder::decodeFile(PathString::appendingPathComponent(directory, density.name))
+            .valueOr({});
+    // Only the screen's scale sets the pixel ratio: a name that carries an "@Nx" suffix itself
+    // is returned at its pixel size.
     decoded.setDevicePixelRatio(1);
     if (decoded.isNull() || density.factor == 0)
         return decoded;

@@ -1,10 +1,10 @@
 #include "ArtworkSizing.h"
 
+#include "imaging/ImageDecoder.h"
 #include "import/MediaKinds.h"
 #include "platform/Device.h"
 
 #include <QBuffer>
-#include <QImageReader>
 #include <QPainter>
 
 #include <cmath>
@@ -138,53 +138,44 @@ QImage ArtworkSizing::resizeImagePropotionaly(const QImage& image, const QString
     return result ? result->image : QImage();
 }
 
-std::optional<QByteArray> ArtworkSizing::sizedJpeg(const QByteArray& bytes,
-                                                   const QString& mediaKind, int quality,
-                                                   QSizeF* points, QSize* pixels) {
-    QBuffer buffer;
-    buffer.setData(bytes);
-    buffer.open(QIODevice::ReadOnly);
-    QImageReader reader(&buffer);
-    reader.setAutoTransform(false);
-    const QSize original = reader.size();
-    if (!original.isValid())
-        return std::nullopt;
+Result<ArtworkSizing::Jpeg> ArtworkSizing::sizedJpeg(const QByteArray& bytes,
+                                                     const QString& mediaKind, int quality) {
+    const Result<ImageDecoder::Header> header = ImageDecoder::header(bytes);
+    if (!header)
+        return header.failure();
+    const QSize original = header->size;
 
     // The geometry comes from the full size; the pixels may come from a reduced decode when
-    // the result needs fewer of them (JPEG decoders reduce by 2, 4 or 8 nearly for free).
+    // the result needs fewer of them.
+    ImageDecoder::Request request;
     const Shape shape = shapeOf(mediaKind);
     if (shape != Shape::Untouched) {
         const QSizeF target = sizeFor(QSizeF(original), mediaKind) * screenScale();
         const auto crop = cropFor(QSizeF(original), shape);
         const QSizeF kept = crop ? crop->surface : QSizeF(original);
-        int reduction = 1;
-        while (reduction < 8 && kept.width() / (reduction * 2) >= target.width() &&
-               kept.height() / (reduction * 2) >= target.height())
-            reduction *= 2;
-        if (reduction > 1)
-            reader.setScaledSize(original / reduction);
+        // Pixels of the whole image that keep the kept part at least as large as the target.
+        const qreal factor =
+            qMin<qreal>(1, qMax(target.width() / kept.width(), target.height() / kept.height()));
+        request.cover = QSize(int(std::ceil(original.width() * factor)),
+                              int(std::ceil(original.height() * factor)));
     }
-
-    QImage decoded = reader.read();
-    if (decoded.isNull())
-        return std::nullopt;
+    Result<QImage> decoded = ImageDecoder::decode(bytes, request);
+    if (!decoded)
+        return decoded.failure();
+    QImage image = std::move(decoded).value();
     // The decoded pixels stand for the full point size.
-    decoded.setDevicePixelRatio(qreal(decoded.width()) / original.width());
-    const auto result = sized(Artwork{decoded, QSizeF(original)}, mediaKind);
+    image.setDevicePixelRatio(qreal(image.width()) / original.width());
+    const auto result = sized(Artwork{image, QSizeF(original)}, mediaKind);
     if (!result)
-        return std::nullopt;
+        return Failure(QStringLiteral("the artwork cannot be drawn at its size"));
 
     QByteArray jpeg;
     QBuffer out(&jpeg);
     out.open(QIODevice::WriteOnly);
-    QImage opaque = result->image.convertToFormat(QImage::Format_RGB32);
+    const QImage opaque = result->image.convertToFormat(QImage::Format_RGB32);
     if (!opaque.save(&out, "JPEG", quality))
-        return std::nullopt;
-    if (points)
-        *points = result->points;
-    if (pixels)
-        *pixels = result->image.size();
-    return jpeg;
+        return Failure(QStringLiteral("the artwork cannot be encoded as JPEG"));
+    return Jpeg{jpeg, result->points, result->image.size()};
 }
 
 } // namespace tolvane

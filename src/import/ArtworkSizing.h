@@ -1,5 +1,7 @@
 #pragma once
 
+#include "platform/Result.h"
+
 #include <QByteArray>
 #include <QImage>
 #include <QSizeF>
@@ -29,12 +31,19 @@ public:
     // The point size the rules give an image of a size, without drawing anything.
     static QSizeF sizeFor(QSizeF points, const QString& mediaKind);
 
+    // Sized artwork encoded as JPEG.
+    struct Jpeg {
+        QByteArray bytes;
+        QSizeF points;
+        QSize pixels;
+    };
+
     // From artwork bytes (one point per pixel) straight to JPEG bytes of the sized artwork.
     // Large images are decoded at a reduced size when the result is smaller anyway, which
-    // does not change the geometry. Nothing when the bytes are not an image.
-    static std::optional<QByteArray> sizedJpeg(const QByteArray& bytes, const QString& mediaKind,
-                                               int quality = 80, QSizeF* points = nullptr,
-                                               QSize* pixels = nullptr);
+    // does not change the geometry. A failure when the bytes are not an image that can be
+    // decoded (or one too large to decode).
+    static Result<Jpeg> sizedJpeg(const QByteArray& bytes, const QString& mediaKind,
+                                  int quality = 80);
 };
 
 } // namespace tolvane

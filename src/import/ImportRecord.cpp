@@ -1,5 +1,6 @@
 #include "ImportRecord.h"
 
+#include "imaging/ImageDecoder.h"
 #include "imaging/THEOSImage.h"
 #include "import/IntegerValue.h"
 #include "import/MediaKinds.h"
@@ -96,9 +97,10 @@ QVariantMap ImportRecord::fromHandoffRecord(const QVariantMap& handoff, const QS
             artist = splitArtist;
             title = splitTitle;
         }
-        QImageReader reader(handoff.value(QStringLiteral("iconData")).toString());
-        reader.setAutoTransform(true);
-        if (auto jpeg = encoded(reader.read(), "JPEG", 100))
+        // A thumbnail that cannot be read leaves the record without artwork.
+        const Result<QImage> thumbnail =
+            ImageDecoder::decodeFile(handoff.value(QStringLiteral("iconData")).toString());
+        if (auto jpeg = encoded(thumbnail.valueOr({}), "JPEG", 100))
             artwork = *jpeg;
     } else {
         const QImage icon = THEOSImage::imageWithName(

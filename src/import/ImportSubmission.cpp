@@ -22,10 +22,12 @@ void ImportSubmission::saveNewMetadataAndImport(QVariantMap& importDict, bool sc
 
     if (scaleArtwork) {
         const QString kind = importDict.value(QStringLiteral("mediaKind")).toString();
-        const std::optional<QByteArray> jpeg =
+        const Result<ArtworkSizing::Jpeg> jpeg =
             ArtworkSizing::sizedJpeg(metadata.value(imageDataKey).toByteArray(), kind, 80);
+        // Missing or undecodable artwork is submitted as no artwork.
+        ignoreFailure(jpeg, "artwork that cannot be sized is left out of the import");
         if (jpeg)
-            metadata.insert(imageDataKey, *jpeg);
+            metadata.insert(imageDataKey, jpeg->bytes);
         else
             metadata.remove(imageDataKey);
     }

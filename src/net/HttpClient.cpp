@@ -77,24 +77,39 @@ QString HttpClient::decodedBody(const QByteArray& body, const QByteArray& conten
     return QString::fromUtf8(body);
 }
 
-void HttpClient::get(const QUrl& url, const Headers& headers, QObject* context, TextHandler success,
-                     FailureHandler failure) {
-    start(
+QByteArray HttpReply::header(QByteArrayView name) const {
+    for (const auto& [key, value] : headers) {
+        if (key.compare(name, Qt::CaseInsensitive) == 0)
+            return value;
+    }
+    return {};
+}
+
+QString HttpReply::text() const {
+    return HttpClient::decodedBody(body, contentType);
+}
+
+void HttpClient::get(const QUrl& url, const Headers& headers, QObject* context,
+                     Completion completion) {
+    request(
         url, headers, context,
-        [success = std::move(success)](const QByteArray& body, const QByteArray& contentType) {
-            if (success)
-                success(decodedBody(body, contentType));
-        },
-        std::move(failure));
+        [completion = std::move(completion)](const Result<HttpReply>& reply) {
+            if (!completion)
+                return;
+            if (!reply || reply->isSuccess()) {
+                completion(reply);
+                return;
+            }
+            completion(Failure(
+                reply->reason.isEmpty()
+                    ? QStringLiteral("HTTP status %1").arg(reply->status)
+                    : QStringLiteral("HTTP status %1 (%2)").arg(reply->status).arg(reply->reason),
+                reply->url.toDisplayString()));
+        });
 }
 
-void HttpClient::getData(const QUrl& url, const Headers& headers, QObject* context,
-                         DataHandler success, FailureHandler failure) {
-    start(url, headers, context, std::move(success), std::move(failure));
-}
-
-void HttpClient::start(const QUrl& url, const Headers& headers, QObject* context,
-                       DataHandler success, FailureHandler failure) {
+void HttpClient::request(const QUrl& url, const Headers& headers, QObject* context,
+                         Completion completion) {
     auto transfer = std::make_shared<Transfer>();
     transfer->context = context;
     transfer->hasContext = context != nullptr;
@@ -103,10 +118,9 @@ void HttpClient::start(const QUrl& url, const Headers& headers, QObject* context
     if (QThread::currentThread() != thread()) {
         QMetaObject::invokeMethod(
             this,
-            [this, url, headers, transfer, success = std::move(success),
-             failure = std::move(failure)]() mutable {
+            [this, url, headers, transfer, completion = std::move(completion)]() mutable {
                 if (!transfer->contextGone())
-                    start(url, headers, transfer->context, std::move(success), std::move(failure));
+                    request(url, headers, transfer->context, std::move(completion));
             },
             Qt::QueuedConnection);
         return;
@@ -153,42 +167,43 @@ void HttpClient::start(const QUrl& url, const Headers& headers, QObject* context
 
     const int timeoutMs = m_timeoutMs;
     connect(reply, &QNetworkReply::finished, this,
-            [reply, transfer, take, limit, timeoutMs, success = std::move(success),
-             failure = std::move(failure)] {
+            [reply, transfer, take, limit, timeoutMs, completion = std::move(completion)] {
                 reply->deleteLater();
-                if (transfer->contextGone())
+                if (transfer->contextGone() || !completion)
                     return;
                 if (!transfer->tooLarge && !transfer->timedOut && reply->bytesAvailable() > 0)
                     take();
 
+                const QString where = reply->request().url().toDisplayString();
                 const QVariant status = reply->attribute(QNetworkRequest::HttpStatusCodeAttribute);
-                QString problem;
                 if (transfer->tooLarge) {
-                    problem =
-                        QStringLiteral("The response is larger than %1 MB").arg(megabytes(limit));
-                } else if (transfer->timedOut) {
-                    problem = QStringLiteral("No answer from the server within %1 s")
-                                  .arg(double(timeoutMs) / 1000.0);
-                } else if (status.isValid() && (status.toInt() < 200 || status.toInt() > 299)) {
-                    const QString reason =
-                        reply->attribute(QNetworkRequest::HttpReasonPhraseAttribute).toString();
-                    problem =
-                        reason.isEmpty()
-                            ? QStringLiteral("HTTP status %1").arg(status.toInt())
-                            : QStringLiteral("HTTP status %1 (%2)").arg(status.toInt()).arg(reason);
-                } else if (reply->error() != QNetworkReply::NoError) {
-                    problem = reply->errorString();
-                } else if (!status.isValid()) {
-                    problem = QStringLiteral("No HTTP status in the answer");
-                }
-
-                if (!problem.isEmpty()) {
-                    if (failure)
-                        failure(problem);
+                    completion(Failure(
+                        QStringLiteral("The response is larger than %1 MB").arg(megabytes(limit)),
+                        where));
                     return;
                 }
-                if (success)
-                    success(transfer->body, reply->rawHeader("Content-Type"));
+                if (transfer->timedOut) {
+                    completion(Failure(QStringLiteral("No answer from the server within %1 s")
+                                           .arg(double(timeoutMs) / 1000.0),
+                                       where));
+                    return;
+                }
+                if (!status.isValid()) {
+                    completion(Failure(reply->error() != QNetworkReply::NoError
+                                           ? reply->errorString()
+                                           : QStringLiteral("No HTTP status in the answer"),
+                                       where));
+                    return;
+                }
+                HttpReply answer;
+                answer.status = status.toInt();
+                answer.body = std::move(transfer->body);
+                answer.contentType = reply->rawHeader("Content-Type");
+                answer.headers = reply->rawHeaderPairs();
+                answer.reason =
+                    reply->attribute(QNetworkRequest::HttpReasonPhraseAttribute).toString();
+                answer.url = reply->url();
+                completion(answer);
             });
 }
 

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "platform/Result.h"
+
 #include <QByteArray>
 #include <QList>
 #include <QObject>
@@ -15,17 +17,30 @@ class QNetworkReply;
 
 namespace tolvane {
 
-// Asynchronous HTTP GET requests. Redirects are followed; a status of 200 to 299 is success,
-// anything else (no answer, a time-out, an error status, a body over the limit) a failure with
-// a one-line cause. Handlers run on the thread the client lives on (the main thread for the
-// shared client), and never once the context object given with the request has gone.
+// One HTTP answer, whatever its status.
+struct HttpReply {
+    int status = 0;
+    QString reason; // the status line's phrase ("Not Found")
+    QByteArray body;
+    QByteArray contentType;
+    QList<std::pair<QByteArray, QByteArray>> headers;
+    QUrl url; // where the answer came from, after redirects
+
+    bool isSuccess() const { return status >= 200 && status <= 299; }
+    // A header's value by its name in any letter case; empty when absent.
+    QByteArray header(QByteArrayView name) const;
+    // The body decoded with the charset the answer declares, else as UTF-8.
+    QString text() const;
+};
+
+// Asynchronous HTTP GET requests. Redirects are followed. Completions run on the thread the
+// client lives on (the main thread for the shared client), and never once the context object
+// given with the request has gone.
 class HttpClient : public QObject {
     Q_OBJECT
 public:
     using Headers = QList<std::pair<QByteArray, QByteArray>>;
-    using TextHandler = std::function<void(const QString& body)>;
-    using DataHandler = std::function<void(const QByteArray& body, const QByteArray& contentType)>;
-    using FailureHandler = std::function<void(const QString& message)>;
+    using Completion = std::function<void(const Result<HttpReply>& reply)>;
 
     static constexpr int defaultTimeoutMs = 30000;
     static constexpr qint64 defaultBodyLimit = 16 * 1024 * 1024;
@@ -36,13 +51,12 @@ public:
     // The application's client, living on the application's thread.
     static HttpClient& shared();
 
-    // The body as text, decoded with the charset the response declares, else as UTF-8.
-    // A null context means the handlers always run.
-    void get(const QUrl& url, const Headers& headers, QObject* context, TextHandler success,
-             FailureHandler failure);
-    // The body as bytes with the response's Content-Type.
-    void getData(const QUrl& url, const Headers& headers, QObject* context, DataHandler success,
-                 FailureHandler failure);
+    // Any answer is a reply, whatever its status; a request that gets none (refused, timed
+    // out, a body over the limit) is a one-line failure naming the address. A null context
+    // means the completion always runs.
+    void request(const QUrl& url, const Headers& headers, QObject* context, Completion completion);
+    // The same, with a status outside 200-299 a failure too ("HTTP status 404 (Not Found)").
+    void get(const QUrl& url, const Headers& headers, QObject* context, Completion completion);
 
     // Milliseconds without any data from the server after which a request fails.
     int timeout() const { return m_timeoutMs; }
@@ -59,9 +73,6 @@ public:
     static QString decodedBody(const QByteArray& body, const QByteArray& contentType);
 
 private:
-    void start(const QUrl& url, const Headers& headers, QObject* context, DataHandler success,
-               FailureHandler failure);
-
     QNetworkAccessManager* m_manager;
     int m_timeoutMs = defaultTimeoutMs;
     qint64 m_bodyLimit = defaultBodyLimit;

@@ -1,12 +1,11 @@
 #include "RemoteImageLoader.h"
 
+#include "imaging/ImageDecoder.h"
 #include "net/HttpClient.h"
 #include "platform/Paths.h"
 
-#include <QBuffer>
 #include <QCoreApplication>
 #include <QFutureWatcher>
-#include <QImageReader>
 #include <QNetworkDiskCache>
 #include <QThread>
 #include <QtConcurrent/QtConcurrentRun>
@@ -14,15 +13,6 @@
 #include <utility>
 
 namespace tolvane {
-
-namespace {
-
-struct Decoded {
-    QImage image;
-    QString error;
-};
-
-} // namespace
 
 RemoteImageLoader::RemoteImageLoader(const QString& diskCacheFolder, QObject* parent)
     : QObject(parent)
@@ -34,11 +24,6 @@ RemoteImageLoader::RemoteImageLoader(const QString& diskCacheFolder, QObject* pa
         m_disk->setMaximumCacheSize(defaultDiskCacheBytes);
         m_client->setCache(m_disk);
     }
-    // Readers refuse to allocate past this even where the size check cannot see the size
-    // before decoding; 0 would turn the guard off.
-    constexpr int allocationLimitMb = 256;
-    if (QImageReader::allocationLimit() == 0 || QImageReader::allocationLimit() > allocationLimitMb)
-        QImageReader::setAllocationLimit(allocationLimitMb);
 }
 
 RemoteImageLoader::~RemoteImageLoader() = default;
@@ -72,30 +57,6 @@ QImage RemoteImageLoader::cachedImage(const QUrl& url) const {
     return image ? *image : QImage();
 }
 
-QImage RemoteImageLoader::decodedImage(const QByteArray& bytes, QString* error) {
-    QBuffer buffer;
-    buffer.setData(bytes);
-    buffer.open(QIODevice::ReadOnly);
-    QImageReader reader(&buffer);
-    reader.setAutoTransform(true);
-    if (!reader.canRead()) {
-        *error = QStringLiteral("Not an image that can be decoded");
-        return {};
-    }
-    const QSize size = reader.size();
-    if (size.isValid() && (size.width() > maximumSide || size.height() > maximumSide ||
-                           qint64(size.width()) * size.height() > maximumPixels)) {
-        *error = QStringLiteral("The image is too large to decode (%1 x %2 pixels)")
-                     .arg(size.width())
-                     .arg(size.height());
-        return {};
-    }
-    QImage image = reader.read();
-    if (image.isNull())
-        *error = QStringLiteral("The image cannot be decoded: %1").arg(reader.errorString());
-    return image;
-}
-
 void RemoteImageLoader::loadImage(const QUrl& url, QObject* context, Completion completion) {
     if (QThread::currentThread() != thread()) {
         QPointer<QObject> guard(context);
@@ -112,16 +73,16 @@ void RemoteImageLoader::loadImage(const QUrl& url, QObject* context, Completion 
 
     if (const QImage* image = m_memory.object(url)) {
         if (completion)
-            completion(*image, QString());
+            completion(*image);
         return;
     }
     if (!url.isValid() || url.isRelative()) {
-        const QString error = QStringLiteral("Not a valid address: \"%1\"").arg(url.toString());
+        const Failure error(QStringLiteral("not a valid address"), url.toString());
         QMetaObject::invokeMethod(
             context ? context : this,
             [completion = std::move(completion), error] {
                 if (completion)
-                    completion(QImage(), error);
+                    completion(error);
             },
             Qt::QueuedConnection);
         return;
@@ -135,36 +96,35 @@ void RemoteImageLoader::loadImage(const QUrl& url, QObject* context, Completion 
     if (!first)
         return;
 
-    m_client->getData(
-        url, {}, this,
-        [this, url](const QByteArray& body, const QByteArray&) { decode(url, body); },
-        [this, url](const QString& message) { finish(url, QImage(), message); });
+    m_client->get(url, {}, this, [this, url](const Result<HttpReply>& reply) {
+        if (reply)
+            decode(url, reply->body);
+        else
+            finish(url, reply.failure());
+    });
 }
 
 void RemoteImageLoader::decode(const QUrl& url, const QByteArray& bytes) {
     // The watcher is the loader's child: when the loader goes first, the result is dropped.
-    auto* watcher = new QFutureWatcher<Decoded>(this);
-    connect(watcher, &QFutureWatcher<Decoded>::finished, this, [this, watcher, url] {
-        const Decoded decoded = watcher->result();
+    auto* watcher = new QFutureWatcher<Result<QImage>>(this);
+    connect(watcher, &QFutureWatcher<Result<QImage>>::finished, this, [this, watcher, url] {
+        const Result<QImage> decoded = watcher->result();
         watcher->deleteLater();
-        finish(url, decoded.image, decoded.error);
+        finish(url,
+               decoded ? decoded : Failure(decoded.failure().message(), url.toDisplayString()));
     });
-    watcher->setFuture(QtConcurrent::run([bytes] {
-        Decoded decoded;
-        decoded.image = decodedImage(bytes, &decoded.error);
-        return decoded;
-    }));
+    watcher->setFuture(QtConcurrent::run([bytes] { return ImageDecoder::decode(bytes); }));
 }
 
-void RemoteImageLoader::finish(const QUrl& url, const QImage& image, const QString& error) {
-    if (!image.isNull())
-        m_memory.insert(url, new QImage(image), image.sizeInBytes());
+void RemoteImageLoader::finish(const QUrl& url, const Result<QImage>& image) {
+    if (image)
+        m_memory.insert(url, new QImage(*image), image->sizeInBytes());
     const QList<Waiter> waiters = m_waiting.take(url);
     for (const Waiter& waiter : waiters) {
         if (waiter.hasContext && !waiter.context)
             continue;
         if (waiter.completion)
-            waiter.completion(image, error);
+            waiter.completion(image);
     }
 }
 

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "platform/Result.h"
+
 #include <QCache>
 #include <QHash>
 #include <QImage>
@@ -23,14 +25,11 @@ class HttpClient;
 class RemoteImageLoader : public QObject {
     Q_OBJECT
 public:
-    // The image, or a null image and a one-line cause.
-    using Completion = std::function<void(const QImage& image, const QString& error)>;
+    // The image, or a one-line cause naming the address.
+    using Completion = std::function<void(const Result<QImage>& image)>;
 
     static constexpr qint64 defaultMemoryCacheBytes = 64 * 1024 * 1024;
     static constexpr qint64 defaultDiskCacheBytes = 128 * 1024 * 1024;
-    // Larger images are refused rather than decoded.
-    static constexpr qint64 maximumPixels = 40'000'000;
-    static constexpr int maximumSide = 16384;
 
     // An empty folder keeps no disk cache.
     explicit RemoteImageLoader(const QString& diskCacheFolder, QObject* parent = nullptr);
@@ -58,10 +57,6 @@ public:
 
     HttpClient& client() const { return *m_client; }
 
-    // Decodes an image, refusing one larger than the limits above; a null image and the cause
-    // when it cannot be had. Safe on any thread.
-    static QImage decodedImage(const QByteArray& bytes, QString* error);
-
 private:
     struct Waiter {
         QPointer<QObject> context;
@@ -69,7 +64,7 @@ private:
         Completion completion;
     };
 
-    void finish(const QUrl& url, const QImage& image, const QString& error);
+    void finish(const QUrl& url, const Result<QImage>& image);
     void decode(const QUrl& url, const QByteArray& bytes);
 
     HttpClient* m_client;

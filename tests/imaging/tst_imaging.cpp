@@ -1,12 +1,18 @@
 #include "TestSupport.h"
+#include "imaging/ImageDecoder.h"
 #include "imaging/ImageDensity.h"
 #include "imaging/THEOSData.h"
 #include "imaging/THEOSImage.h"
 #include "platform/Device.h"
 
+#include <QBuffer>
 #include <QDir>
+#include <QRegularExpression>
 #include <QTemporaryDir>
 #include <QTest>
+#include <QtEndian>
+
+#include <sys/stat.h>
 
 using namespace tolvane;
 using namespace tolvane::test;
@@ -31,6 +37,65 @@ bool makeFixtures(const QString& folder, const QStringList& files) {
     return true;
 }
 
+quint32 crc32Of(const QByteArray& bytes) {
+    quint32 crc = 0xffffffffu;
+    for (const char byte : bytes) {
+        crc ^= quint8(byte);
+        for (int bit = 0; bit < 8; ++bit)
+            crc = (crc >> 1) ^ (0xedb88320u & (0u - (crc & 1u)));
+    }
+    return ~crc;
+}
+
+// The chunk as a PNG file holds it: length, type, data and the CRC of type and data.
+QByteArray pngChunk(const char* type, const QByteArray& data) {
+    QByteArray chunk(4, '\0');
+    qToBigEndian<quint32>(quint32(data.size()), chunk.data());
+    const QByteArray typed = QByteArray(type) + data;
+    chunk += typed;
+    QByteArray crc(4, '\0');
+    qToBigEndian<quint32>(crc32Of(typed), crc.data());
+    return chunk + crc;
+}
+
+// A PNG whose header claims a grey image of the size, followed by only a little of its
+// pixels: a decoder that trusts the header allocates the whole image.
+QByteArray pngHeaderClaiming(QSize size) {
+    QByteArray header(13, '\0');
+    qToBigEndian<quint32>(quint32(size.width()), header.data());
+    qToBigEndian<quint32>(quint32(size.height()), header.data() + 4);
+    header[8] = 8; // bit depth
+    header[9] = 0; // grey
+    const QByteArray pixels = qCompress(QByteArray(4096, '\0')).mid(4);
+    return QByteArray("\x89PNG\r\n\x1a\n", 8) + pngChunk("IHDR", header) +
+           pngChunk("IDAT", pixels) + pngChunk("IEND", {});
+}
+
+QByteArray encoded(const QImage& image, const char* format) {
+    QByteArray bytes;
+    QBuffer buffer(&bytes);
+    buffer.open(QIODevice::WriteOnly);
+    image.save(&buffer, format, 90);
+    return bytes;
+}
+
+// A JPEG of the size whose EXIF data says it is to be shown turned a quarter clockwise.
+QByteArray jpegTurnedClockwise(QSize stored) {
+    QImage image(stored, QImage::Format_RGB32);
+    image.fill(Qt::darkGreen);
+    const QByteArray jpeg = encoded(image, "JPEG");
+    // TIFF header (big-endian), one IFD entry: Orientation (0x0112), SHORT, 1, value 6.
+    const QByteArray tiff = QByteArray("MM\0\x2a\0\0\0\x08", 8) + QByteArray("\0\x01", 2) +
+                            QByteArray("\x01\x12\0\x03\0\0\0\x01\0\x06\0\0", 12) +
+                            QByteArray(4, '\0');
+    const QByteArray exif = QByteArray("Exif\0\0", 6) + tiff;
+    QByteArray segment("\xff\xe1", 2);
+    segment += char((exif.size() + 2) >> 8);
+    segment += char((exif.size() + 2) & 0xff);
+    segment += exif;
+    return jpeg.left(2) + segment + jpeg.mid(2);
+}
+
 } // namespace
 
 class TestImaging : public QObject {
@@ -43,6 +108,12 @@ private Q_SLOTS:
     void imageWithName();
     void dataFromFileAtPath_data();
     void dataFromFileAtPath();
+    void decoderLimits_data();
+    void decoderLimits();
+    void decoderReducesAndFits_data();
+    void decoderReducesAndFits();
+    void decoderAppliesOrientation();
+    void decoderReadsOnlyOrdinaryFiles();
 };
 
 void TestImaging::resolve_data() {
@@ -180,6 +251,120 @@ void TestImaging::dataFromFileAtPath() {
     const QByteArray expected = contents(dir.filePath(expectedFile));
     QVERIFY(!expected.isEmpty());
     QCOMPARE(*bytes, expected);
+}
+
+void TestImaging::decoderLimits_data() {
+    QTest::addColumn<QByteArray>("bytes");
+    QTest::addColumn<QString>("failure");
+    QTest::newRow("16000 x 16000 in 1 KB")
+        << pngHeaderClaiming(QSize(16000, 16000))
+        << QStringLiteral("too large to decode \\(16000 x 16000 pixels\\)");
+    // Under the side limit, over the pixel limit, and small enough for the readers' own guard.
+    QTest::newRow("8000 x 6000") << pngHeaderClaiming(QSize(8000, 6000))
+                                 << QStringLiteral("too large to decode \\(8000 x 6000 pixels\\)");
+    QTest::newRow("a side too long")
+        << pngHeaderClaiming(QSize(20000, 10))
+        << QStringLiteral("too large to decode \\(20000 x 10 pixels\\)");
+    QTest::newRow("empty") << QByteArray() << QStringLiteral("no image data");
+    QTest::newRow("not an image") << QByteArray("<html>no picture</html>")
+                                  << QStringLiteral("not an image that can be decoded");
+    QTest::newRow("truncated") << encoded(QImage(64, 64, QImage::Format_RGB32), "PNG").left(40)
+                               << QStringLiteral("cannot be decoded|does not say its size");
+}
+
+void TestImaging::decoderLimits() {
+    QFETCH(QByteArray, bytes);
+    QFETCH(QString, failure);
+    const Result<QImage> image = ImageDecoder::decode(bytes);
+    QVERIFY(!image.ok());
+    QVERIFY2(image.failure().message().contains(QRegularExpression(failure)),
+             qPrintable(image.errorText()));
+
+    // The same answer through a file, naming it.
+    QTemporaryDir dir;
+    const QString path = dir.filePath(QStringLiteral("picture"));
+    QVERIFY(writeFile(path, bytes));
+    const Result<QImage> fromFile = ImageDecoder::decodeFile(path);
+    QVERIFY(!fromFile.ok());
+    QCOMPARE(fromFile.failure().path(), path);
+}
+
+void TestImaging::decoderReducesAndFits_data() {
+    QTest::addColumn<QByteArray>("format");
+    QTest::addColumn<QSize>("cover");
+    QTest::addColumn<bool>("exact");
+    QTest::addColumn<QSize>("fit");
+    QTest::addColumn<QSize>("expected");
+
+    const QSize none;
+    // 3000 x 2000 stored pixels in each row.
+    QTest::newRow("jpeg, full") << QByteArray("JPEG") << none << false << none << QSize(3000, 2000);
+    QTest::newRow("jpeg, a quarter still covers 500")
+        << QByteArray("JPEG") << QSize(500, 500) << false << none << QSize(750, 500);
+    QTest::newRow("jpeg, never below the cover")
+        << QByteArray("JPEG") << QSize(751, 10) << false << none << QSize(1500, 1000);
+    QTest::newRow("jpeg, exact cover")
+        << QByteArray("JPEG") << QSize(400, 400) << true << none << QSize(600, 400);
+    QTest::newRow("png is decoded whole for a cover")
+        << QByteArray("PNG") << QSize(500, 500) << false << none << QSize(3000, 2000);
+    QTest::newRow("png, exact cover")
+        << QByteArray("PNG") << QSize(400, 400) << true << none << QSize(600, 400);
+    QTest::newRow("jpeg fitted") << QByteArray("JPEG") << none << false << QSize(300, 300)
+                                 << QSize(300, 200);
+    QTest::newRow("png fitted") << QByteArray("PNG") << none << false << QSize(300, 300)
+                                << QSize(300, 200);
+    QTest::newRow("smaller than the fit")
+        << QByteArray("PNG") << none << false << QSize(4000, 4000) << QSize(3000, 2000);
+}
+
+void TestImaging::decoderReducesAndFits() {
+    QFETCH(QByteArray, format);
+    QFETCH(QSize, cover);
+    QFETCH(bool, exact);
+    QFETCH(QSize, fit);
+    QFETCH(QSize, expected);
+    QImage picture(3000, 2000, QImage::Format_RGB32);
+    picture.fill(fixtureColour);
+    const QByteArray bytes = encoded(picture, format.constData());
+    const Result<ImageDecoder::Header> header = ImageDecoder::header(bytes);
+    QVERIFY(header.ok());
+    QCOMPARE(header->size, QSize(3000, 2000));
+    QCOMPARE(header->format, format.toLower());
+
+    ImageDecoder::Request request = ImageDecoder::Request::covering(
+        cover, exact ? ImageDecoder::Reduction::Exact : ImageDecoder::Reduction::PowerOfTwo);
+    request.fit = fit;
+    const Result<QImage> image = ImageDecoder::decode(bytes, request);
+    QVERIFY2(image.ok(), qPrintable(image.errorText()));
+    QCOMPARE(image->size(), expected);
+    const QColor middle = image->pixelColor(image->width() / 2, image->height() / 2);
+    QVERIFY(qAbs(middle.red() - fixtureColour.red()) < 8);
+}
+
+void TestImaging::decoderAppliesOrientation() {
+    const QByteArray bytes = jpegTurnedClockwise(QSize(64, 32));
+    const Result<ImageDecoder::Header> header = ImageDecoder::header(bytes);
+    QVERIFY2(header.ok(), qPrintable(header.errorText()));
+    QCOMPARE(header->size, QSize(32, 64));
+    QCOMPARE(ImageDecoder::decode(bytes).valueOr({}).size(), QSize(32, 64));
+    // A cover asked of the image as shown: 16 x 32 shown is 32 x 16 stored, half of each side.
+    QCOMPARE(ImageDecoder::decode(bytes, ImageDecoder::Request::covering(QSize(16, 32)))
+                 .valueOr({})
+                 .size(),
+             QSize(16, 32));
+}
+
+void TestImaging::decoderReadsOnlyOrdinaryFiles() {
+    QTemporaryDir dir;
+    const QString fifo = dir.filePath(QStringLiteral("pipe.png"));
+    QCOMPARE(::mkfifo(QFile::encodeName(fifo).constData(), 0600), 0);
+    for (const QString& path : {fifo, QStringLiteral("/dev/zero"), dir.path(),
+                                dir.filePath(QStringLiteral("missing.png"))}) {
+        const Result<QImage> image = ImageDecoder::decodeFile(path);
+        QVERIFY2(!image.ok(), qPrintable(path));
+        QCOMPARE(image.failure().path(), path);
+        QVERIFY(!ImageDecoder::headerOfFile(path).ok());
+    }
 }
 
 QTEST_MAIN(TestImaging)

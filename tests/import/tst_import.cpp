@@ -493,16 +493,15 @@ void TestImport::artworkFromBytes() {
     QBuffer buffer(&bytes);
     buffer.open(QIODevice::WriteOnly);
     QVERIFY(cover.save(&buffer, "JPEG", 90));
-    QSizeF points;
-    QSize pixels;
-    const auto jpeg = ArtworkSizing::sizedJpeg(bytes, s("song"), 80, &points, &pixels);
-    QVERIFY(jpeg);
-    const QImage decoded = QImage::fromData(*jpeg, "JPEG");
+    const Result<ArtworkSizing::Jpeg> jpeg = ArtworkSizing::sizedJpeg(bytes, s("song"), 80);
+    QVERIFY2(jpeg.ok(), qPrintable(jpeg.errorText()));
+    const QImage decoded = QImage::fromData(jpeg->bytes, "JPEG");
     QCOMPARE(decoded.size(), QSize(500, 500));
-    QCOMPARE(points, QSizeF(500, 500));
+    QCOMPARE(jpeg->pixels, QSize(500, 500));
+    QCOMPARE(jpeg->points, QSizeF(500, 500));
     QVERIFY(qRed(decoded.pixel(100, 250)) > 200 && qBlue(decoded.pixel(100, 250)) < 60);
     QVERIFY(qBlue(decoded.pixel(400, 250)) > 200 && qRed(decoded.pixel(400, 250)) < 60);
-    QVERIFY(!ArtworkSizing::sizedJpeg("not an image", s("song")));
+    QVERIFY(!ArtworkSizing::sizedJpeg("not an image", s("song")).ok());
 }
 
 QTEST_GUILESS_MAIN(TestImport)

@@ -36,6 +36,7 @@ private Q_SLOTS:
     void get();
     void sendsHeadersAndFollowsRedirects();
     void goneContextGetsNoCallback();
+    void requestDeliversEveryStatus();
 
     void oneRequestForSeveralWaiters();
     void imageErrors_data();
@@ -74,16 +75,13 @@ void TestNet::initTestCase() {
 
 Outcome TestNet::fetch(HttpClient& client, const QUrl& url, const HttpClient::Headers& headers) {
     auto outcome = std::make_shared<Outcome>();
-    client.get(
-        url, headers, nullptr,
-        [outcome](const QString& body) {
-            outcome->body = body;
-            outcome->done = true;
-        },
-        [outcome](const QString& message) {
-            outcome->failure = message;
-            outcome->done = true;
-        });
+    client.get(url, headers, nullptr, [outcome](const Result<HttpReply>& reply) {
+        if (reply)
+            outcome->body = reply->text();
+        else
+            outcome->failure = reply.failure().message();
+        outcome->done = true;
+    });
     if (!QTest::qWaitFor([&outcome] { return outcome->done; }, 10000))
         return {};
     return *outcome;
@@ -146,12 +144,37 @@ void TestNet::goneContextGetsNoCallback() {
     int calls = 0;
     auto context = std::make_unique<QObject>();
     for (const char* path : {"/utf8", "/silent"})
-        client.get(
-            m_server.url(path), {}, context.get(), [&calls](const QString&) { ++calls; },
-            [&calls](const QString&) { ++calls; });
+        client.get(m_server.url(path), {}, context.get(),
+                   [&calls](const Result<HttpReply>&) { ++calls; });
     context.reset();
     QTest::qWait(400);
     QCOMPARE(calls, 0);
+}
+
+void TestNet::requestDeliversEveryStatus() {
+    // An answer of any status is a reply with its headers; only get() turns 4xx into failure.
+    HttpTestServer::Response limited{429, "Too Many Requests", {}, "slow down", false};
+    limited.headers.append(std::pair<QByteArray, QByteArray>("Retry-After", "120"));
+    m_server.route("/limited", limited);
+    HttpClient client;
+    std::optional<Result<HttpReply>> received;
+    client.request(m_server.url("/limited"), {}, nullptr,
+                   [&received](const Result<HttpReply>& reply) { received = reply; });
+    QTRY_VERIFY(received.has_value());
+    QVERIFY2(received->ok(), qPrintable(received->errorText()));
+    QCOMPARE(received->value().status, 429);
+    QCOMPARE(received->value().reason, s("Too Many Requests"));
+    QCOMPARE(received->value().header("retry-after"), QByteArray("120"));
+    QCOMPARE(received->value().body, QByteArray("slow down"));
+    QVERIFY(!received->value().isSuccess());
+
+    received.reset();
+    client.get(m_server.url("/limited"), {}, nullptr,
+               [&received](const Result<HttpReply>& reply) { received = reply; });
+    QTRY_VERIFY(received.has_value());
+    QVERIFY(!received->ok());
+    QCOMPARE(received->failure().message(), s("HTTP status 429 (Too Many Requests)"));
+    QCOMPARE(received->failure().path(), m_server.url("/limited").toDisplayString());
 }
 
 void TestNet::oneRequestForSeveralWaiters() {
@@ -161,16 +184,15 @@ void TestNet::oneRequestForSeveralWaiters() {
     for (int i = 0; i < 3; ++i)
         loader.loadImage(
             m_server.url("/shared.png"), nullptr,
-            [&sizes](const QImage& image, const QString&) { sizes.append(image.size()); });
+            [&sizes](const Result<QImage>& image) { sizes.append(image.valueOr({}).size()); });
     QTRY_COMPARE(sizes.size(), 3);
     QCOMPARE(sizes, QList<QSize>(3, QSize(8, 6)));
     QCOMPARE(m_server.requestCount("/shared.png"), 1);
 
     // Held in memory now: answered at once, without a request.
     bool answered = false;
-    loader.loadImage(
-        m_server.url("/shared.png"), nullptr,
-        [&answered](const QImage& image, const QString&) { answered = !image.isNull(); });
+    loader.loadImage(m_server.url("/shared.png"), nullptr,
+                     [&answered](const Result<QImage>& image) { answered = image.ok(); });
     QVERIFY(answered);
     QCOMPARE(m_server.requestCount("/shared.png"), 1);
 }
@@ -183,7 +205,7 @@ void TestNet::imageErrors_data() {
     // The header of a 20,000 x 20,000 grey map and no pixels: refused from its size alone.
     m_server.route("/huge.pgm", HttpTestServer::ok("P5\n20000 20000\n255\n" + QByteArray(64, 0),
                                                    "image/x-portable-graymap"));
-    QTest::newRow("not an image") << QByteArray("/text.png") << s("Not an image");
+    QTest::newRow("not an image") << QByteArray("/text.png") << s("not an image");
     QTest::newRow("too large") << QByteArray("/huge.pgm")
                                << s("too large to decode (20000 x 20000 pixels)");
     QTest::newRow("missing") << QByteArray("/none.png") << s("HTTP status 404");
@@ -194,16 +216,13 @@ void TestNet::imageErrors() {
     QFETCH(QString, error);
 
     RemoteImageLoader loader({});
-    std::optional<QString> received;
-    QImage image(1, 1, QImage::Format_ARGB32);
-    loader.loadImage(m_server.url(path.constData()), nullptr,
-                     [&](const QImage& loaded, const QString& message) {
-                         image = loaded;
-                         received = message;
-                     });
+    std::optional<Result<QImage>> received;
+    const QUrl url = m_server.url(path.constData());
+    loader.loadImage(url, nullptr, [&](const Result<QImage>& loaded) { received = loaded; });
     QTRY_VERIFY(received.has_value());
-    QVERIFY(image.isNull());
-    QVERIFY2(received->contains(error), qPrintable(*received));
+    QVERIFY(!received->ok());
+    QVERIFY2(received->failure().message().contains(error), qPrintable(received->errorText()));
+    QCOMPARE(received->failure().path(), url.toDisplayString());
     QVERIFY(loader.cachedImage(m_server.url(path.constData())).isNull());
 }
 
@@ -219,7 +238,7 @@ void TestNet::memoryCacheStaysWithinBound() {
     for (int i = 0; i < count; ++i) {
         const QUrl url = m_server.url(("/thumb" + QByteArray::number(i) + ".png").constData());
         bool done = false;
-        loader.loadImage(url, nullptr, [&done](const QImage&, const QString&) { done = true; });
+        loader.loadImage(url, nullptr, [&done](const Result<QImage>&) { done = true; });
         QTRY_VERIFY(done);
         QVERIFY(loader.memoryCacheCost() <= loader.memoryCacheLimit());
         QVERIFY(!loader.cachedImage(url).isNull());
@@ -239,7 +258,7 @@ void TestNet::diskCacheServesAgain() {
         RemoteImageLoader loader(folder.path());
         QImage image;
         loader.loadImage(m_server.url("/kept.png"), nullptr,
-                         [&image](const QImage& loaded, const QString&) { image = loaded; });
+                         [&image](const Result<QImage>& loaded) { image = loaded.valueOr({}); });
         QTRY_VERIFY(!image.isNull());
         QCOMPARE(image.pixelColor(0, 0), QColor(Qt::blue));
     }
@@ -254,9 +273,9 @@ void TestNet::goneContextGetsNoImage() {
     auto gone = std::make_unique<QObject>();
     QObject live;
     loader.loadImage(m_server.url("/late.png"), gone.get(),
-                     [&goneCalls](const QImage&, const QString&) { ++goneCalls; });
+                     [&goneCalls](const Result<QImage>&) { ++goneCalls; });
     loader.loadImage(m_server.url("/late.png"), &live,
-                     [&liveCalled](const QImage&, const QString&) { liveCalled = true; });
+                     [&liveCalled](const Result<QImage>&) { liveCalled = true; });
     gone.reset();
     QTRY_VERIFY(liveCalled);
     QCOMPARE(goneCalls, 0);

@@ -98,7 +98,7 @@ void TestNetUi::placeholderUntilArrival() {
     QImage received;
     setImageWithURL(
         &view, m_server.url("/red.png"), placeholder,
-        [&received](const QImage& image, const QString&) { received = image; }, &loader);
+        [&received](const Result<QImage>& image) { received = image.valueOr({}); }, &loader);
     QCOMPARE(view.image(), placeholder);
     QTRY_VERIFY(!received.isNull());
     QCOMPARE(view.image().pixelColor(0, 0), QColor(Qt::red));
@@ -111,7 +111,7 @@ void TestNetUi::failureKeepsPlaceholder() {
     QString error;
     setImageWithURL(
         &view, m_server.url("/absent.png"), placeholder,
-        [&error](const QImage&, const QString& message) { error = message; }, &loader);
+        [&error](const Result<QImage>& image) { error = image.errorText(); }, &loader);
     QTRY_VERIFY(!error.isEmpty());
     QCOMPARE(view.image(), placeholder);
 }
@@ -122,11 +122,11 @@ void TestNetUi::laterLoadWins() {
     int firstCalls = 0;
     bool secondDone = false;
     setImageWithURL(
-        &view, m_server.url("/red.png"), {},
-        [&firstCalls](const QImage&, const QString&) { ++firstCalls; }, &loader);
+        &view, m_server.url("/red.png"), {}, [&firstCalls](const Result<QImage>&) { ++firstCalls; },
+        &loader);
     setImageWithURL(
         &view, m_server.url("/blue.png"), {},
-        [&secondDone](const QImage&, const QString&) { secondDone = true; }, &loader);
+        [&secondDone](const Result<QImage>&) { secondDone = true; }, &loader);
     QTRY_VERIFY(secondDone);
     QTest::qWait(100);
     QCOMPARE(firstCalls, 0);
@@ -138,12 +138,12 @@ void TestNetUi::goneViewGetsNothing() {
     auto view = std::make_unique<ImageView>();
     int calls = 0;
     setImageWithURL(
-        view.get(), m_server.url("/red.png"), {},
-        [&calls](const QImage&, const QString&) { ++calls; }, &loader);
+        view.get(), m_server.url("/red.png"), {}, [&calls](const Result<QImage>&) { ++calls; },
+        &loader);
     view.reset();
     bool other = false;
     loader.loadImage(m_server.url("/red.png"), nullptr,
-                     [&other](const QImage&, const QString&) { other = true; });
+                     [&other](const Result<QImage>&) { other = true; });
     QTRY_VERIFY(other);
     QCOMPARE(calls, 0);
 }

@@ -1,6 +1,7 @@
 #include "PreviewController.h"
 
 #include "browser/FileTypeTable.h"
+#include "imaging/ImageDecoder.h"
 #include "imaging/THEOSImage.h"
 #include "import/ui/PlayerWindow.h"
 #include "platform/Localisation.h"
@@ -107,13 +108,9 @@ void PreviewController::buildImagePage(const QString& path) {
     QPointer<PreviewController> self(this);
     // Pictures can be large: they are decoded off the main thread.
     QThreadPool::globalInstance()->start([self, path] {
-        QImageReader reader(path);
-        reader.setAutoTransform(true);
-        const QSize size = reader.size();
-        if (size.isValid() &&
-            (size.width() > largestPicture.width() || size.height() > largestPicture.height()))
-            reader.setScaledSize(size.scaled(largestPicture, Qt::KeepAspectRatio));
-        const QImage image = reader.read();
+        const QImage image =
+            ImageDecoder::decodeFile(path, ImageDecoder::Request::fitting(largestPicture))
+                .valueOr({});
         QMetaObject::invokeMethod(
             QCoreApplication::instance(),
             [self, image] {

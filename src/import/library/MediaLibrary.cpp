@@ -1,5 +1,6 @@
 #include "import/library/MediaLibrary.h"
 
+#include "imaging/ImageDecoder.h"
 #include "import/library/FileCopy.h"
 #include "import/library/LibraryCatalogue.h"
 #include "import/library/LibraryFiling.h"
@@ -92,10 +93,7 @@ void describeArtwork(const QByteArray& artwork, LibraryCatalogue::Item& item) {
     if (artwork.isEmpty())
         return;
     item.artworkBytes = artwork.size();
-    QBuffer buffer;
-    buffer.setData(artwork);
-    QImageReader reader(&buffer);
-    const QSize size = reader.size();
+    const QSize size = ImageDecoder::header(artwork).valueOr({}).size;
     item.artworkWidth = qMax(0, size.width());
     item.artworkHeight = qMax(0, size.height());
     item.artworkSha256 =

@@ -1,5 +1,6 @@
 #include "ImportTumbnailCell.h"
 
+#include "imaging/ImageDecoder.h"
 #include "import/ImportEditorLayout.h"
 #include "platform/Device.h"
 #include "platform/ui/ImageView.h"
@@ -21,19 +22,10 @@ namespace {
 QImage decodeForSquare(const QByteArray& bytes, qreal side) {
     if (bytes.isEmpty())
         return {};
-    QBuffer buffer;
-    buffer.setData(bytes);
-    buffer.open(QIODevice::ReadOnly);
-    QImageReader reader(&buffer);
-    reader.setAutoTransform(true);
-    const QSize full = reader.size();
-    if (full.isValid() && side > 0) {
-        const qreal factor = qMax(side / full.width(), side / full.height());
-        if (factor < 1)
-            reader.setScaledSize(QSize(qMax(1, int(std::ceil(full.width() * factor))),
-                                       qMax(1, int(std::ceil(full.height() * factor)))));
-    }
-    return reader.read();
+    const int pixels = qMax(1, int(std::ceil(side)));
+    return ImageDecoder::decode(bytes, ImageDecoder::Request::covering(
+                                           QSize(pixels, pixels), ImageDecoder::Reduction::Exact))
+        .valueOr({});
 }
 
 } // namespace

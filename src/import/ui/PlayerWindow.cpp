@@ -1,5 +1,6 @@
 #include "PlayerWindow.h"
 
+#include "imaging/ImageDecoder.h"
 #include "import/MetadataReader.h"
 #include "platform/Localisation.h"
 
@@ -179,21 +180,20 @@ void PlayerWindow::readArtwork() {
     const QString path = m_path;
     QThreadPool::globalInstance()->start([self, path] {
         const std::optional<QVariantMap> metadata = MetadataReader::metadataForFile(path);
-        QImage image;
-        if (metadata)
-            image.loadFromData(metadata->value(QStringLiteral("imageData")).toByteArray());
+        const QSize bound(512, 512);
+        const QImage image =
+            metadata
+                ? ImageDecoder::decode(metadata->value(QStringLiteral("imageData")).toByteArray(),
+                                       ImageDecoder::Request::fitting(bound))
+                      .valueOr({})
+                : QImage();
         QMetaObject::invokeMethod(
             QCoreApplication::instance(),
             [self, image] {
                 if (!self)
                     return;
-                if (!image.isNull()) {
-                    const QSize bound(512, 512);
-                    self->m_artwork->setPixmap(QPixmap::fromImage(
-                        image.size().boundedTo(bound) == image.size()
-                            ? image
-                            : image.scaled(bound, Qt::KeepAspectRatio, Qt::SmoothTransformation)));
-                }
+                if (!image.isNull())
+                    self->m_artwork->setPixmap(QPixmap::fromImage(image));
                 Q_EMIT self->artworkLoaded();
             },
             Qt::QueuedConnection);

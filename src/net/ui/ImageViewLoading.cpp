@@ -16,7 +16,7 @@ constexpr const char* loadNumberProperty = "tolvaneImageLoad";
 } // namespace
 
 void setImageWithURL(ImageView* view, const QUrl& url, const QImage& placeholder,
-                     std::function<void(const QImage& image, const QString& error)> completion,
+                     std::function<void(const Result<QImage>& image)> completion,
                      RemoteImageLoader* loader) {
     if (!view)
         return;
@@ -27,14 +27,13 @@ void setImageWithURL(ImageView* view, const QUrl& url, const QImage& placeholder
 
     RemoteImageLoader& source = loader ? *loader : RemoteImageLoader::shared();
     source.loadImage(url, view,
-                     [view, load, completion = std::move(completion)](const QImage& image,
-                                                                      const QString& error) {
+                     [view, load, completion = std::move(completion)](const Result<QImage>& image) {
                          if (view->property(loadNumberProperty).toULongLong() != load)
                              return;
-                         if (!image.isNull())
-                             view->setImage(image);
+                         if (image)
+                             view->setImage(*image);
                          if (completion)
-                             completion(image, error);
+                             completion(image);
                      });
 }
 

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "platform/Result.h"
+
 #include <QImage>
 #include <QString>
 #include <QUrl>
@@ -17,7 +19,7 @@ class RemoteImageLoader;
 // thread with the image or the cause. Nothing happens once the view has gone, nor for a load
 // that a later call on the same view has replaced.
 void setImageWithURL(ImageView* view, const QUrl& url, const QImage& placeholder,
-                     std::function<void(const QImage& image, const QString& error)> completion,
+                     std::function<void(const Result<QImage>& image)> completion,
                      RemoteImageLoader* loader = nullptr);
 
 } // namespace tolvane

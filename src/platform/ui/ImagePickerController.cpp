@@ -1,5 +1,6 @@
 #include "ImagePickerController.h"
 
+#include "imaging/ImageDecoder.h"
 #include "platform/Localisation.h"
 #include "platform/Paths.h"
 
@@ -7,10 +8,15 @@
 #include <QFileDialog>
 #include <QFileInfo>
 #include <QImageReader>
+#include <QLoggingCategory>
 #include <QStandardPaths>
 #include <QVBoxLayout>
 
 namespace tolvane {
+
+namespace {
+Q_LOGGING_CATEGORY(lcPicker, "tolvane.picker")
+} // namespace
 
 const QString ImagePickerController::originalImageKey = QStringLiteral("originalImage");
 const QString ImagePickerController::pathKey = QStringLiteral("path");
@@ -51,16 +57,15 @@ QString ImagePickerController::defaultFolder() {
 void ImagePickerController::fileChosen(const QString& path) {
     if (m_answered)
         return;
-    QImageReader reader(path);
-    reader.setAutoTransform(true);
-    const QImage image = reader.read();
-    if (image.isNull()) {
+    const Result<QImage> image = ImageDecoder::decodeFile(path);
+    if (!image) {
+        qCWarning(lcPicker).noquote() << image.errorText();
         cancelled();
         return;
     }
     m_answered = true;
     if (m_delegate)
-        m_delegate->imagePickerController(this, {{originalImageKey, image}, {pathKey, path}});
+        m_delegate->imagePickerController(this, {{originalImageKey, *image}, {pathKey, path}});
 }
 
 void ImagePickerController::cancelled() {

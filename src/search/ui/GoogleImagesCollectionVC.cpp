@@ -26,6 +26,7 @@
 #include "search/ui/SearchBar.h"
 
 #include <QLineEdit>
+#include <QLoggingCategory>
 #include <QParallelAnimationGroup>
 #include <QPropertyAnimation>
 #include <QPushButton>
@@ -37,6 +38,8 @@
 namespace tolvane {
 
 namespace {
+Q_LOGGING_CATEGORY(lcSearch, "tolvane.search")
+
 // The grid's background and the search field's text.
 const QColor gridGrey(27, 27, 27);
 const QColor fieldTextGrey(179, 179, 179);
@@ -184,9 +187,13 @@ void GoogleImagesCollectionVC::dismissViewControllerAnimated(bool, Completion) {
 void GoogleImagesCollectionVC::fetchImagesData(const QString& searchText, const QString& keyword) {
     const ImageSearchRequest request = ImageSearchRequest::forSearch(searchText, keyword);
     MBProgressHUD::showHUDAddedTo(this, true, false);
-    HttpClient::shared().get(
-        request.url, request.headers, this, [this](const QString& body) { searchSucceeded(body); },
-        [this](const QString&) { searchFailed(); });
+    HttpClient::shared().get(request.url, request.headers, this,
+                             [this](const Result<HttpReply>& reply) {
+                                 if (reply)
+                                     searchSucceeded(reply->text());
+                                 else
+                                     searchFailed(reply.failure());
+                             });
 }
 
 void GoogleImagesCollectionVC::searchSucceeded(const QString& body) {
@@ -198,7 +205,8 @@ void GoogleImagesCollectionVC::searchSucceeded(const QString& body) {
         showFailureAlert();
 }
 
-void GoogleImagesCollectionVC::searchFailed() {
+void GoogleImagesCollectionVC::searchFailed(const Failure& failure) {
+    qCInfo(lcSearch).noquote() << QStringLiteral("image search failed:") << failure.text();
     // The previous results stay on screen and in the count.
     MBProgressHUD::hideHUDForView(this, true);
     showFailureAlert();
@@ -236,7 +244,7 @@ CollectionViewCell* GoogleImagesCollectionVC::cellForItemAtIndexPath(CollectionV
         m_imagesArray->at(path.section).value(QStringLiteral("thumburl")).toString());
     QPointer<GoogleImageCell> guard(cell);
     setImageWithURL(cell->imageView(), thumbnail, m_placeholder,
-                    [this, guard](const QImage&, const QString&) {
+                    [this, guard](const Result<QImage>&) {
                         // Loaded or not, the cell can be opened and its picture pops in.
                         if (!guard)
                             return;
@@ -290,21 +298,21 @@ void GoogleImagesCollectionVC::didSelectItemAtIndexPath(CollectionView* view, In
 
     QPointer<DetailView> weak(panel);
     setImageWithURL(panel->imageView(), full, QImage(),
-                    [this, weak, thumbnail](const QImage& image, const QString& error) {
+                    [this, weak, thumbnail](const Result<QImage>& image) {
                         if (!weak)
                             return;
                         MBProgressHUD::hideHUDForView(weak->imageView(), true);
-                        if (error.isEmpty() && image.width() > 1) {
-                            showImageSize(image);
+                        if (image && image->width() > 1) {
+                            showImageSize(*image);
                             offerImage();
                             return;
                         }
                         // The full image failed: the thumbnail is shown and offered instead.
                         setImageWithURL(weak->imageView(), thumbnail, QImage(),
-                                        [this, weak](const QImage& small, const QString&) {
+                                        [this, weak](const Result<QImage>& small) {
                                             if (!weak)
                                                 return;
-                                            showImageSize(small);
+                                            showImageSize(small.valueOr({}));
                                             offerImage();
                                         });
                     });

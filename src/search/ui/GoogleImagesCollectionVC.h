@@ -1,5 +1,6 @@
 #pragma once
 
+#include "platform/Result.h"
 #include "platform/ui/Screen.h"
 #include "search/IndexPath.h"
 #include "search/ui/CollectionViewDataSource.h"
@@ -98,7 +99,7 @@ private:
     void addBarButtonItemWithName(const QString& name, std::function<void()> action,
                                   const QString& type);
     void searchSucceeded(const QString& body);
-    void searchFailed();
+    void searchFailed(const Failure& failure);
     void showFailureAlert();
     void showImageCount();
     void showImageSize(const QImage& image);
