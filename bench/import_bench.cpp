@@ -124,11 +124,12 @@ void BM_ImportVideo(benchmark::State& state) {
     const QString source = makeVideo(dir.path(), state.range(0) != 0);
     MediaLibrary library(dir.path() + QStringLiteral("/Library"));
     for (auto _ : state) {
-        const ImportOutcome outcome = library.importFile(videoRecord(source));
+        const Result<LibraryItem> outcome = library.importFile(videoRecord(source));
         state.PauseTiming();
         if (!outcome.ok())
-            state.SkipWithError(qPrintable(outcome.message));
-        QFile::remove(outcome.path);
+            state.SkipWithError(qPrintable(outcome.errorText()));
+        else
+            QFile::remove(outcome->path);
         ::sync();
         state.ResumeTiming();
     }

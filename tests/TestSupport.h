@@ -11,6 +11,7 @@
 #include <QFileInfo>
 #include <QImage>
 #include <QString>
+#include <QtEndian>
 
 namespace tolvane::test {
 
@@ -48,6 +49,44 @@ inline QByteArray pngBytes(QSize pixels, QColor colour) {
     buffer.open(QIODevice::WriteOnly);
     image.save(&buffer, "PNG");
     return bytes;
+}
+
+namespace detail {
+
+inline quint32 crc32Of(const QByteArray& bytes) {
+    quint32 crc = 0xffffffffu;
+    for (const char byte : bytes) {
+        crc ^= quint8(byte);
+        for (int bit = 0; bit < 8; ++bit)
+            crc = (crc >> 1) ^ (0xedb88320u & (0u - (crc & 1u)));
+    }
+    return ~crc;
+}
+
+// The chunk as a PNG file holds it: length, type, data and the CRC of type and data.
+inline QByteArray pngChunk(const char* type, const QByteArray& data) {
+    QByteArray chunk(4, '\0');
+    qToBigEndian<quint32>(quint32(data.size()), chunk.data());
+    const QByteArray typed = QByteArray(type) + data;
+    chunk += typed;
+    QByteArray crc(4, '\0');
+    qToBigEndian<quint32>(crc32Of(typed), crc.data());
+    return chunk + crc;
+}
+
+} // namespace detail
+
+// A PNG whose header claims a grey image of the size, followed by only a little of its
+// pixels: a decoder that trusts the header allocates the whole image.
+inline QByteArray pngHeaderClaiming(QSize size) {
+    QByteArray header(13, '\0');
+    qToBigEndian<quint32>(quint32(size.width()), header.data());
+    qToBigEndian<quint32>(quint32(size.height()), header.data() + 4);
+    header[8] = 8; // bit depth
+    header[9] = 0; // grey
+    const QByteArray pixels = qCompress(QByteArray(4096, '\0')).mid(4);
+    return QByteArray("\x89PNG\r\n\x1a\n", 8) + detail::pngChunk("IHDR", header) +
+           detail::pngChunk("IDAT", pixels) + detail::pngChunk("IEND", {});
 }
 
 inline QByteArray contents(const QString& path) {

@@ -107,8 +107,10 @@ int main(int argc, char** argv) {
 
     // Whatever an import that was killed half-way left in the library is finished or removed
     // now, away from the screen.
-    QThreadPool::globalInstance()->start(
-        [] { MediaLibrary(MediaLibrary::defaultFolder()).recover(); });
+    QThreadPool::globalInstance()->start([] {
+        ignoreFailure(MediaLibrary(MediaLibrary::defaultFolder()).recover(),
+                      "a library that cannot be tidied now is tidied by the next import");
+    });
 
     app.setLaunchPauseEnabled(!parser.isSet(noLaunchDelay) && !parser.isSet(quitWhenShown));
     app.application(&app, QVariantMap());

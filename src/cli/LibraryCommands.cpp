@@ -3,6 +3,7 @@
 #include "import/ImportSubmission.h"
 #include "import/library/MediaLibrary.h"
 #include "platform/PropertyList.h"
+#include "platform/RegularFile.h"
 
 #include <QFile>
 #include <QFileInfo>
@@ -23,6 +24,9 @@ const QCommandLineOption artworkOption(QStringLiteral("artwork"),
                                        QStringLiteral("Use this image as the artwork."),
                                        QStringLiteral("IMAGE"));
 
+// Artwork files are read whole; a larger one is refused.
+constexpr qint64 artworkFileLimit = 256 * 1024 * 1024;
+
 // Values typed on the command line: counts and numbers as numbers, the year as typed text
 // (as the editor keeps it), everything else as text.
 QVariant typedValue(const QString& key, const QString& text) {
@@ -36,14 +40,11 @@ QVariant typedValue(const QString& key, const QString& text) {
 
 // The record a media file is imported with: as a whole record would be made, with the values
 // given on top.
-std::optional<QVariantMap> recordForFile(const QCommandLineParser& parser, const QString& file,
-                                         QString* problem) {
+Result<QVariantMap> recordForFile(const QCommandLineParser& parser, const QString& file) {
     const QFileInfo info(file);
-    if (!info.exists() || info.isDir()) {
-        *problem = QStringLiteral("%1: %2").arg(
-            file, info.isDir() ? QStringLiteral("is a folder") : QStringLiteral("no such file"));
-        return std::nullopt;
-    }
+    // Only an ordinary file is imported: never a folder, a FIFO, a device or a /proc file.
+    if (const Status readable = RegularFile::check(file); !readable)
+        return readable.failure();
     QVariantMap record =
         ImportRecord::fromWholeRecord({{QStringLiteral("path"), info.absoluteFilePath()},
                                        {QStringLiteral("mediaKind"), parser.value(kindOption)},
@@ -51,20 +52,17 @@ std::optional<QVariantMap> recordForFile(const QCommandLineParser& parser, const
     QVariantMap metadata = record.value(QStringLiteral("metadata")).toMap();
     for (const QString& assignment : parser.values(setOption)) {
         const qsizetype equals = assignment.indexOf(QLatin1Char('='));
-        if (equals <= 0) {
-            *problem = QStringLiteral("--set takes KEY=VALUE, not \"%1\"").arg(assignment);
-            return std::nullopt;
-        }
+        if (equals <= 0)
+            return Failure(QStringLiteral("--set takes KEY=VALUE, not \"%1\"").arg(assignment));
         const QString key = assignment.left(equals);
         metadata.insert(key, typedValue(key, assignment.mid(equals + 1)));
     }
     if (parser.isSet(artworkOption)) {
-        QFile image(parser.value(artworkOption));
-        if (!image.open(QIODevice::ReadOnly)) {
-            *problem = QStringLiteral("%1: %2").arg(image.fileName(), image.errorString());
-            return std::nullopt;
-        }
-        metadata.insert(QStringLiteral("imageData"), image.readAll());
+        const Result<QByteArray> image =
+            RegularFile::readAll(parser.value(artworkOption), artworkFileLimit);
+        if (!image)
+            return image.failure();
+        metadata.insert(QStringLiteral("imageData"), *image);
     }
     record.insert(QStringLiteral("metadata"), metadata);
     return record;
@@ -76,10 +74,9 @@ int import(const QCommandLineParser& parser, Format format) {
         return fail(QStringLiteral("import takes exactly one RECORD.plist or FILE"));
     QVariantMap record;
     if (parser.isSet(kindOption)) {
-        QString problem;
-        const std::optional<QVariantMap> made = recordForFile(parser, arguments.first(), &problem);
+        const Result<QVariantMap> made = recordForFile(parser, arguments.first());
         if (!made) {
-            std::fprintf(stderr, "tolvane-cli: import failed: %s\n", qPrintable(problem));
+            std::fprintf(stderr, "tolvane-cli: import failed: %s\n", qPrintable(made.errorText()));
             return Rejected;
         }
         record = *made;
@@ -92,13 +89,14 @@ int import(const QCommandLineParser& parser, Format format) {
         record = *read;
     }
 
-    const ImportOutcome outcome = ImportSubmission::submit(record, std::nullopt);
-    if (!outcome.ok()) {
-        std::fprintf(stderr, "tolvane-cli: import failed: %s\n", qPrintable(outcome.message));
+    const Result<LibraryItem> imported = ImportSubmission::submit(record, std::nullopt);
+    if (!imported) {
+        std::fprintf(stderr, "tolvane-cli: import failed: %s\n", qPrintable(imported.errorText()));
         return Rejected;
     }
-    print(QVariantMap{{QStringLiteral("path"), outcome.path}, {QStringLiteral("id"), outcome.id}},
-          format);
+    print(
+        QVariantMap{{QStringLiteral("path"), imported->path}, {QStringLiteral("id"), imported->id}},
+        format);
     return Success;
 }
 
@@ -107,14 +105,15 @@ int library(const QCommandLineParser& parser, Format format) {
     if (arguments != QStringList{QStringLiteral("list")})
         return fail(QStringLiteral("library takes one action: list"));
     MediaLibrary mediaLibrary(MediaLibrary::defaultFolder());
-    QString problem = mediaLibrary.recover();
-    const QList<QVariantMap> items = mediaLibrary.items(&problem);
-    if (!problem.isEmpty()) {
-        std::fprintf(stderr, "tolvane-cli: %s\n", qPrintable(problem));
+    Status read = mediaLibrary.recover();
+    const Result<QList<QVariantMap>> items =
+        read ? mediaLibrary.items() : Result<QList<QVariantMap>>(read.failure());
+    if (!items) {
+        std::fprintf(stderr, "tolvane-cli: %s\n", qPrintable(items.errorText()));
         return Rejected;
     }
     QVariantList list;
-    for (const QVariantMap& item : items)
+    for (const QVariantMap& item : *items)
         list.append(item);
     print(list, format);
     return Success;

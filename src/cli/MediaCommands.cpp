@@ -3,6 +3,7 @@
 #include "import/ImportRecord.h"
 #include "import/MetadataReader.h"
 #include "platform/PropertyList.h"
+#include "platform/RegularFile.h"
 
 #include <QFileInfo>
 
@@ -10,27 +11,17 @@ namespace tolvane::cli {
 
 namespace {
 
-// A file that cannot be opened for reading is bad input; what it holds is the reader's
-// business.
-std::optional<QString> unreadable(const QString& path) {
-    const QFileInfo info(path);
-    if (!info.exists())
-        return QStringLiteral("%1: no such file").arg(path);
-    if (info.isDir())
-        return QStringLiteral("%1: is a folder").arg(path);
-    QFile file(path);
-    if (!file.open(QIODevice::ReadOnly))
-        return QStringLiteral("%1: cannot be read: %2").arg(path, file.errorString());
-    return std::nullopt;
-}
-
 int info(const QCommandLineParser& parser, Format format) {
     const QStringList arguments = parser.positionalArguments();
     if (arguments.size() != 1)
         return fail(QStringLiteral("info takes exactly one FILE"));
-    if (const auto problem = unreadable(arguments.first()))
-        return fail(*problem);
-    print(MetadataReader::metadataForFile(arguments.first()).value_or(QVariantMap()), format);
+    // Only an ordinary file is read: a missing one, a folder, a FIFO or a device is bad input.
+    if (const Status readable = RegularFile::check(arguments.first()); !readable)
+        return fail(readable.errorText());
+    const Result<QVariantMap> metadata = MetadataReader::metadataForFile(arguments.first());
+    if (!metadata)
+        return fail(metadata.errorText());
+    print(*metadata, format);
     return Success;
 }
 

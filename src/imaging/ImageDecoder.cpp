@@ -98,7 +98,7 @@ Result<QImage> decodeWith(QImageReader& reader, const ImageDecoder::Request& req
 // Reads an ordinary file through a reader; a failure names the file.
 template <typename T, typename Read>
 Result<T> withFileReader(const QString& path, Read read) {
-    Result<RegularFile::Descriptor> opened = RegularFile::openForReading(path);
+    Result<FileDescriptor> opened = RegularFile::openForReading(path);
     if (!opened)
         return opened.failure();
     QFile file;

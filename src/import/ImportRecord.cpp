@@ -25,7 +25,13 @@ const QString separator = QStringLiteral(" - ");
 
 std::optional<QVariantMap> readTags(const ImportRecord::MetadataSource& source,
                                     const QString& path) {
-    return source ? source(path) : MetadataReader::metadataForFile(path);
+    if (source)
+        return source(path);
+    if (path.isEmpty())
+        return std::nullopt;
+    const Result<QVariantMap> tags = MetadataReader::metadataForFile(path);
+    ignoreFailure(tags, "a record whose path is not an ordinary file keeps the values it has");
+    return tags ? std::optional<QVariantMap>(*tags) : std::nullopt;
 }
 
 void insertIfPresent(QVariantMap& map, const QString& key, const std::optional<QVariant>& value) {

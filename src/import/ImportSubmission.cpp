@@ -50,8 +50,8 @@ void ImportSubmission::saveNewMetadataAndImport(QVariantMap& importDict, bool sc
     importDict.insert(QStringLiteral("metadata"), metadata);
 }
 
-ImportOutcome ImportSubmission::submit(QVariantMap& importDict,
-                                       const std::optional<EditedField>& edited) {
+Result<LibraryItem> ImportSubmission::submit(QVariantMap& importDict,
+                                             const std::optional<EditedField>& edited) {
     saveNewMetadataAndImport(importDict, true, edited);
     return MediaLibraryImportService::importFileWithDictionary(importDict);
 }

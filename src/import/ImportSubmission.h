@@ -35,7 +35,8 @@ public:
                                          const std::optional<EditedField>& edited);
     // The work of Import, on any thread: commit with the artwork sized, then hand the record to
     // the media library.
-    static ImportOutcome submit(QVariantMap& importDict, const std::optional<EditedField>& edited);
+    static Result<LibraryItem> submit(QVariantMap& importDict,
+                                      const std::optional<EditedField>& edited);
     // After the work, on the main thread: the record is dropped, the delegate told (Start only
     // for a record that did not come from a recorded download, then Cancel with no path), and
     // the application sent to the background.

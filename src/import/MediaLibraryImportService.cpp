@@ -19,7 +19,7 @@ std::shared_ptr<MediaLibraryImporter> installed;
 
 MediaLibraryImporter::~MediaLibraryImporter() = default;
 
-ImportOutcome MediaLibraryImportService::importFileWithDictionary(const QVariantMap& record) {
+Result<LibraryItem> MediaLibraryImportService::importFileWithDictionary(const QVariantMap& record) {
     return importer()->importFile(record);
 }
 
@@ -38,7 +38,7 @@ std::shared_ptr<MediaLibraryImporter> MediaLibraryImportService::importer() {
     return std::make_shared<MediaLibrary>(MediaLibrary::defaultFolder());
 }
 
-ImportOutcome LoggingImporter::importFile(const QVariantMap& record) {
+Result<LibraryItem> LoggingImporter::importFile(const QVariantMap& record) {
     QVariantMap shown = record;
     QVariantMap metadata = shown.value(QStringLiteral("metadata")).toMap();
     const QString imageData = QStringLiteral("imageData");
@@ -48,8 +48,7 @@ ImportOutcome LoggingImporter::importFile(const QVariantMap& record) {
             QStringLiteral("<%1 bytes>").arg(metadata.value(imageData).toByteArray().size()));
     shown.insert(QStringLiteral("metadata"), metadata);
     qCInfo(logImport).noquote() << "import" << shown;
-    return {ImportOutcome::Status::Imported, record.value(QStringLiteral("path")).toString(), -1,
-            QString()};
+    return LibraryItem{record.value(QStringLiteral("path")).toString(), -1};
 }
 
 } // namespace tolvane

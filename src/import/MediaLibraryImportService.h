@@ -1,5 +1,7 @@
 #pragma once
 
+#include "platform/Result.h"
+
 #include <QString>
 #include <QVariantMap>
 
@@ -7,18 +9,10 @@
 
 namespace tolvane {
 
-// The result of one import: the library item, or why there is none.
-struct ImportOutcome {
-    enum class Status { Imported, Failed };
-    Status status = Status::Failed;
-    QString path;    // the item's file in the library
-    qint64 id = -1;  // its catalogue row
-    QString message; // the cause, for a failure
-
-    bool ok() const { return status == Status::Imported; }
-    static ImportOutcome failure(const QString& message) {
-        return {Status::Failed, QString(), -1, message};
-    }
+// One imported item of the library.
+struct LibraryItem {
+    QString path;   // the item's file in the library
+    qint64 id = -1; // its catalogue row
 };
 
 // Something that takes an import record ({"mediaKind", "path", "metadata", ...}) into a
@@ -26,14 +20,14 @@ struct ImportOutcome {
 class MediaLibraryImporter {
 public:
     virtual ~MediaLibraryImporter();
-    virtual ImportOutcome importFile(const QVariantMap& record) = 0;
+    virtual Result<LibraryItem> importFile(const QVariantMap& record) = 0;
 };
 
 // The one entry point the editor and tolvane-cli use. Behind it is the media library in the
 // user's folder unless another importer was installed.
 class MediaLibraryImportService {
 public:
-    static ImportOutcome importFileWithDictionary(const QVariantMap& record);
+    static Result<LibraryItem> importFileWithDictionary(const QVariantMap& record);
     // Installs an importer for every later call; a null one restores the media library.
     static void setImporter(std::shared_ptr<MediaLibraryImporter> importer);
     static std::shared_ptr<MediaLibraryImporter> importer();
@@ -42,7 +36,7 @@ public:
 // Prints each record it is given and imports nothing: for runs that must not touch a library.
 class LoggingImporter : public MediaLibraryImporter {
 public:
-    ImportOutcome importFile(const QVariantMap& record) override;
+    Result<LibraryItem> importFile(const QVariantMap& record) override;
 };
 
 } // namespace tolvane

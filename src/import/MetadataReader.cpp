@@ -6,6 +6,8 @@
 #include "platform/MetadataKeys.h"
 #include "platform/PathString.h"
 
+#include <QFileInfo>
+
 #include <array>
 #include <cmath>
 
@@ -149,11 +151,11 @@ std::optional<QVariantMap> MetadataReader::_metadataForAsset(const MediaAsset* a
     return metadata;
 }
 
-std::optional<QVariantMap> MetadataReader::metadataForFile(const QString& path) {
-    if (path.isEmpty())
-        return std::nullopt;
+Result<QVariantMap> MetadataReader::metadataForFile(const QString& path) {
     const TagLibAsset asset(path);
-    return _metadataForAsset(&asset);
+    if (!asset.readable() && QFileInfo::exists(path))
+        return asset.readable().failure();
+    return _metadataForAsset(&asset).value_or(QVariantMap());
 }
 
 } // namespace tolvane

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "platform/Result.h"
+
 #include <QVariantMap>
 
 #include <optional>
@@ -15,8 +17,10 @@ class MetadataReader {
 public:
     // Nothing only for a null asset.
     static std::optional<QVariantMap> _metadataForAsset(const MediaAsset* asset);
-    // Opens the file with the tag library and reads it; nothing when the path is empty.
-    static std::optional<QVariantMap> metadataForFile(const QString& path);
+    // Opens the file with the tag library and reads it. A file that cannot be parsed, or is
+    // missing, has no tags and only the title its name gives; a path that names something other
+    // than an ordinary file (a folder, a FIFO, a device, a /proc file) is a failure.
+    static Result<QVariantMap> metadataForFile(const QString& path);
 
     // The text of an item key: a string as it is; a number as its four bytes, most
     // significant first, up to the first zero byte; anything else nothing.

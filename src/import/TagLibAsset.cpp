@@ -3,6 +3,7 @@
 #include "import/Mp4Boxes.h"
 #include "platform/MetadataKeys.h"
 #include "platform/PathString.h"
+#include "platform/RegularFile.h"
 
 #include <QFile>
 
@@ -195,7 +196,10 @@ std::optional<double> secondsOf(const TagLib::AudioProperties* properties) {
 } // namespace
 
 TagLibAsset::TagLibAsset(const QString& path)
-    : m_path(path) {
+    : m_path(path)
+    , m_readable(RegularFile::check(path)) {
+    if (!m_readable)
+        return;
     const QString extension = PathString::pathExtension(path).toLower();
     const TagLib::FileName name = fileName(path);
     constexpr auto style = TagLib::AudioProperties::Average;

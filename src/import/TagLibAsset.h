@@ -1,6 +1,7 @@
 #pragma once
 
 #include "import/MediaAsset.h"
+#include "platform/Result.h"
 
 #include <QHash>
 
@@ -17,7 +18,9 @@ namespace tolvane {
 //  - other formats TagLib reads (FLAC, Ogg, ...): their title, artist, album, genre, date and
 //    first picture as common items in the "org.xiph.vorbis-comment" key space (or the format's
 //    own), whose artwork the reader does not take.
-// The file is read once, when the asset is made; a file that cannot be parsed has no items.
+// The file is read once, when the asset is made; a file that cannot be parsed has no items,
+// and neither has a path that is not an ordinary file (a FIFO, a device, a /proc file), which
+// is never handed to the tag library.
 class TagLibAsset final : public MediaAsset {
 public:
     explicit TagLibAsset(const QString& path);
@@ -30,11 +33,14 @@ public:
 
     // Whether the file opened as audio or video with readable properties.
     bool isPlayable() const { return m_playable; }
+    // Why the file was not read: it is not an ordinary file that can be opened.
+    const Status& readable() const { return m_readable; }
 
 private:
     void addItem(const QString& format, MetadataItem item);
 
     QString m_path;
+    Status m_readable;
     QStringList m_formats;
     QHash<QString, QList<MetadataItem>> m_items;
     std::optional<double> m_duration;

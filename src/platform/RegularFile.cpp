@@ -58,27 +58,13 @@ bool madeUpByKernel(int fd) {
 
 } // namespace
 
-RegularFile::Descriptor::~Descriptor() {
-    if (m_fd >= 0)
-        ::close(m_fd);
-}
-
-RegularFile::Descriptor& RegularFile::Descriptor::operator=(Descriptor&& other) noexcept {
-    if (this != &other) {
-        if (m_fd >= 0)
-            ::close(m_fd);
-        m_fd = std::exchange(other.m_fd, -1);
-    }
-    return *this;
-}
-
-Result<RegularFile::Descriptor> RegularFile::openForReading(const QString& path) {
+Result<FileDescriptor> RegularFile::openForReading(const QString& path) {
     if (path.isEmpty())
         return Failure(QStringLiteral("no file named"));
     const QByteArray native = QFile::encodeName(path);
     if (native.contains('\0'))
         return Failure(QStringLiteral("the path holds a NUL character"), path);
-    Descriptor fd(::open(native.constData(), O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC));
+    FileDescriptor fd(::open(native.constData(), O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC));
     if (fd.get() < 0)
         return Failure(systemError(errno), path);
     struct stat status {};
@@ -98,14 +84,14 @@ Result<RegularFile::Descriptor> RegularFile::openForReading(const QString& path)
 }
 
 Status RegularFile::check(const QString& path) {
-    const Result<Descriptor> opened = openForReading(path);
+    const Result<FileDescriptor> opened = openForReading(path);
     if (!opened)
         return opened.failure();
     return {};
 }
 
 Result<QByteArray> RegularFile::readAll(const QString& path, qint64 maximumSize) {
-    Result<Descriptor> opened = openForReading(path);
+    Result<FileDescriptor> opened = openForReading(path);
     if (!opened)
         return opened.failure();
     QFile file;

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "platform/FileDescriptor.h"
 #include "platform/Result.h"
 
 #include <QByteArray>
@@ -14,29 +15,9 @@ namespace tolvane {
 // slip past.
 class RegularFile {
 public:
-    // An open descriptor, closed when the object goes.
-    class Descriptor {
-    public:
-        explicit Descriptor(int fd = -1)
-            : m_fd(fd) {}
-        ~Descriptor();
-        Descriptor(Descriptor&& other) noexcept
-            : m_fd(std::exchange(other.m_fd, -1)) {}
-        Descriptor& operator=(Descriptor&& other) noexcept;
-        Descriptor(const Descriptor&) = delete;
-        Descriptor& operator=(const Descriptor&) = delete;
-
-        int get() const { return m_fd; }
-        // Gives the descriptor up to the caller, who closes it.
-        int release() { return std::exchange(m_fd, -1); }
-
-    private:
-        int m_fd;
-    };
-
     // Opens the file for reading (following links) and checks that it is a regular file on a
     // real file system. Opening never blocks, not even on a FIFO.
-    static Result<Descriptor> openForReading(const QString& path);
+    static Result<FileDescriptor> openForReading(const QString& path);
     // The same check without keeping the file open.
     static Status check(const QString& path);
     // The whole content, refused when it is larger than `maximumSize`.

@@ -82,8 +82,7 @@ void snapshot(const char* name) {
 }
 
 QList<QVariantMap> libraryItems() {
-    QString problem;
-    return MediaLibrary(MediaLibrary::defaultFolder()).items(&problem);
+    return MediaLibrary(MediaLibrary::defaultFolder()).items().valueOr({});
 }
 
 } // namespace
@@ -218,7 +217,7 @@ void TestEndToEnd::recordedDownloadWithSearchedArtwork() {
              items.first().value(s("artwork_height")).toInt());
     const QString imported = MediaLibrary::defaultFolder() + QLatin1Char('/') +
                              items.first().value(s("path")).toString();
-    const QVariantMap tags = MetadataReader::metadataForFile(imported).value_or(QVariantMap());
+    const QVariantMap tags = MetadataReader::metadataForFile(imported).valueOr({});
     QCOMPARE(tags.value(s("type")).toString(), s("Ambient"));
     const QImage artwork = QImage::fromData(tags.value(s("imageData")).toByteArray());
     QVERIFY(!artwork.isNull());

@@ -3,12 +3,15 @@
 #include "platform/Paths.h"
 #include "platform/PropertyList.h"
 
+#include <QDirIterator>
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QProcess>
 #include <QTemporaryDir>
 #include <QTest>
+
+#include <sys/stat.h>
 
 using namespace tolvane;
 using namespace tolvane::test;
@@ -54,6 +57,8 @@ private Q_SLOTS:
     void searchCommands();
     void browserCommands_data();
     void browserCommands();
+    void hostileInputs_data();
+    void hostileInputs();
 
 private:
     // Runs tolvane-cli with the arguments; extra environment entries are "NAME=value".
@@ -566,6 +571,87 @@ void TestCli::browserCommands() {
             array.append(row);
     }
     QCOMPARE(QJsonDocument(array).toJson(QJsonDocument::Compact), printed);
+}
+
+void TestCli::hostileInputs_data() {
+    // Each is an input that once crashed a command, kept it busy without end, or filled memory
+    // or the disk: now a clear answer. FILE in the arguments stands for the row's input file.
+    QTest::addColumn<QStringList>("arguments");
+    QTest::addColumn<QString>("input");
+    QTest::addColumn<QByteArray>("content");
+    QTest::addColumn<int>("exitCode");
+    QTest::addColumn<QString>("said");
+
+    const QByteArray nulInString = QByteArray("<?xml version=\"1.0\"?><plist version=\"1.0\">"
+                                              "<dict><key>downloads</key><dict><key>k</key>"
+                                              "<dict><key>title</key><string>a") +
+                                   '\0' + QByteArray("b</string></dict></dict></dict></plist>");
+    QTest::newRow("record: a NUL inside a string")
+        << QStringList{s("record"), s("--kind"), s("song"), s("FILE")} << s("store.plist")
+        << nulInString << 2 << s("a NUL byte in its XML");
+    QTest::newRow("record: a FIFO for a store") << QStringList{s("record"), s("--whole"), s("FILE")}
+                                                << s("fifo") << QByteArray() << 2 << s("a FIFO");
+    QTest::newRow("record: an endless device")
+        << QStringList{s("record"), s("--whole"), s("/dev/zero")} << QString() << QByteArray() << 2
+        << s("a device");
+    QTest::newRow("info: a file the kernel makes up")
+        << QStringList{s("info"), s("/proc/self/mem")} << QString() << QByteArray() << 2
+        << s("makes up");
+    QTest::newRow("info: a FIFO") << QStringList{s("info"), s("FILE")} << s("fifo") << QByteArray()
+                                  << 2 << s("a FIFO");
+    QTest::newRow("artwork: 16000 x 16000 in 1 KB")
+        << QStringList{s("artwork"), s("--kind"), s("song"), s("FILE"), s("/dev/null")}
+        << s("huge.png") << test::pngHeaderClaiming(QSize(16000, 16000)) << 2
+        << s("too large to decode (16000 x 16000 pixels)");
+    QTest::newRow("effect: 16000 x 16000 in 1 KB")
+        << QStringList{s("effect"), s("light"), s("FILE"), s("/dev/null")} << s("huge.png")
+        << test::pngHeaderClaiming(QSize(16000, 16000)) << 2 << s("too large to decode");
+    QByteArray video = test::contents(s(TOLVANE_MEDIA_FIXTURES "/video.m4v"));
+    const qsizetype stco = video.indexOf("stco");
+    video.replace(stco - 4, 16, QByteArray("\0\0\0\x01stco\x7f\xff\xff\xff\xff\xff\xff\xff", 16));
+    QTest::newRow("import: stco of 2^63 - 1 bytes")
+        << QStringList{s("import"), s("FILE"), s("--kind"), s("music-video")} << s("clip.m4v")
+        << video << 1 << s("the file is damaged: its \"stco\" box declares");
+    QTest::newRow("import: a FIFO") << QStringList{s("import"), s("FILE"), s("--kind"), s("song")}
+                                    << s("fifo") << QByteArray() << 1 << s("a FIFO");
+    QString dates;
+    while (dates.size() < 120000)
+        dates += s("2011.03.05.");
+    QTest::newRow("year: 120 KB of date-like tokens")
+        << QStringList{s("year"), dates} << QString() << QByteArray() << 0 << QString();
+}
+
+void TestCli::hostileInputs() {
+    QFETCH(QStringList, arguments);
+    QFETCH(QString, input);
+    QFETCH(QByteArray, content);
+    QFETCH(int, exitCode);
+    QFETCH(QString, said);
+
+    QTemporaryDir dir;
+    const QString library = dir.filePath(s("Library"));
+    QVERIFY(writePlist(
+        dir.filePath(s("var/mobile/Library/Preferences/") + s(Paths::preferencesFileName)),
+        QVariantMap{{s("libraryPath"), library}}));
+    if (!input.isEmpty()) {
+        const QString path = dir.filePath(input);
+        if (input == s("fifo"))
+            QCOMPARE(::mkfifo(QFile::encodeName(path).constData(), 0600), 0);
+        else
+            QVERIFY(writeFile(path, content));
+        arguments.replaceInStrings(s("FILE"), path);
+    }
+    const Run result = run(arguments, {s("TOLVANE_ROOT=") + dir.path()});
+    QCOMPARE(result.exitCode, exitCode);
+    QVERIFY2(result.err.contains(said.toUtf8()), result.err.constData());
+    if (exitCode != 0)
+        QCOMPARE(result.err.count('\n'), 1);
+    // Nothing was filed, and nothing was left half-written.
+    QDirIterator files(library, QDir::Files | QDir::Hidden, QDirIterator::Subdirectories);
+    while (files.hasNext()) {
+        const QString file = files.next();
+        QVERIFY2(QFileInfo(file).fileName().startsWith(s("Library.sqlite")), qPrintable(file));
+    }
 }
 
 QTEST_GUILESS_MAIN(TestCli)

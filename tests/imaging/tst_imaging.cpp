@@ -37,40 +37,6 @@ bool makeFixtures(const QString& folder, const QStringList& files) {
     return true;
 }
 
-quint32 crc32Of(const QByteArray& bytes) {
-    quint32 crc = 0xffffffffu;
-    for (const char byte : bytes) {
-        crc ^= quint8(byte);
-        for (int bit = 0; bit < 8; ++bit)
-            crc = (crc >> 1) ^ (0xedb88320u & (0u - (crc & 1u)));
-    }
-    return ~crc;
-}
-
-// The chunk as a PNG file holds it: length, type, data and the CRC of type and data.
-QByteArray pngChunk(const char* type, const QByteArray& data) {
-    QByteArray chunk(4, '\0');
-    qToBigEndian<quint32>(quint32(data.size()), chunk.data());
-    const QByteArray typed = QByteArray(type) + data;
-    chunk += typed;
-    QByteArray crc(4, '\0');
-    qToBigEndian<quint32>(crc32Of(typed), crc.data());
-    return chunk + crc;
-}
-
-// A PNG whose header claims a grey image of the size, followed by only a little of its
-// pixels: a decoder that trusts the header allocates the whole image.
-QByteArray pngHeaderClaiming(QSize size) {
-    QByteArray header(13, '\0');
-    qToBigEndian<quint32>(quint32(size.width()), header.data());
-    qToBigEndian<quint32>(quint32(size.height()), header.data() + 4);
-    header[8] = 8; // bit depth
-    header[9] = 0; // grey
-    const QByteArray pixels = qCompress(QByteArray(4096, '\0')).mid(4);
-    return QByteArray("\x89PNG\r\n\x1a\n", 8) + pngChunk("IHDR", header) +
-           pngChunk("IDAT", pixels) + pngChunk("IEND", {});
-}
-
 QByteArray encoded(const QImage& image, const char* format) {
     QByteArray bytes;
     QBuffer buffer(&bytes);

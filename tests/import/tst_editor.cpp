@@ -51,11 +51,11 @@ namespace {
 // Takes the records the editor submits, as the media library would, and keeps them.
 class RecordingImporter : public MediaLibraryImporter {
 public:
-    ImportOutcome importFile(const QVariantMap& record) override {
+    Result<LibraryItem> importFile(const QVariantMap& record) override {
         QMutexLocker lock(&m_mutex);
         m_records.append(record);
         m_offMainThread = QThread::currentThread() != QCoreApplication::instance()->thread();
-        return {ImportOutcome::Status::Imported, record.value(s("path")).toString(), 1, {}};
+        return LibraryItem{record.value(s("path")).toString(), 1};
     }
     QList<QVariantMap> records() {
         QMutexLocker lock(&m_mutex);

@@ -7,18 +7,21 @@
 #include "import/library/LibraryCatalogue.h"
 #include "import/library/LibraryFiling.h"
 #include "import/library/MediaLibrary.h"
+#include "import/library/TagWriter.h"
 #include "platform/Device.h"
 #include "platform/MetadataKeys.h"
 
 #include <QBuffer>
 #include <QCryptographicHash>
 #include <QDirIterator>
+#include <QElapsedTimer>
 #include <QImageReader>
 #include <QProcess>
 #include <QTemporaryDir>
 #include <QtConcurrent>
 #include <QtTest>
 
+#include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -37,6 +40,28 @@ QByteArray sha(const QString& path) {
 
 QVariantMap record(const QString& kind, const QString& path, const QVariantMap& metadata) {
     return {{s("mediaKind"), kind}, {s("path"), path}, {s("metadata"), metadata}};
+}
+
+// A copy of a fixture with bytes replaced at an offset from the first occurrence of a marker
+// (the marker's own offset when `from` is 0); an offset from the end when the marker is empty.
+QString damagedCopy(const QString& folder, const char* name, const QByteArray& marker, int from,
+                    const QByteArray& bytes) {
+    QByteArray content = test::contents(fixture(name));
+    const qsizetype at = marker.isEmpty() ? content.size() + from : content.indexOf(marker) + from;
+    if (at < 0 || at + bytes.size() > content.size())
+        return {};
+    content.replace(at, bytes.size(), bytes);
+    const QString path = folder + QLatin1Char('/') + QLatin1String(name);
+    return test::writeFile(path, content) ? path : QString();
+}
+
+// Every file under a folder, hidden ones too.
+QStringList filesUnder(const QString& folder) {
+    QStringList files;
+    QDirIterator it(folder, QDir::Files | QDir::Hidden, QDirIterator::Subdirectories);
+    while (it.hasNext())
+        files << it.next();
+    return files;
 }
 
 // Tells what the editor's delegate heard, in order.
@@ -67,6 +92,11 @@ private Q_SLOTS:
     void sameNameAndConcurrentImports();
     void refusedImports_data();
     void refusedImports();
+    void damagedFramingIsRefused_data();
+    void damagedFramingIsRefused();
+    void tagWritingNeverGrowsWithoutBound();
+    void notOrdinaryFilesAreRefused_data();
+    void notOrdinaryFilesAreRefused();
     void fullAndReadOnlyLibrary();
     void recoveryAfterDeath_data();
     void recoveryAfterDeath();
@@ -237,31 +267,30 @@ void TestLibrary::importFormats() {
         {s("type"), s("Tagged Genre")},  {s("year"), s("2003")},
         {s("trackNumber"), 4},           {s("imageData"), test::pngBytes({64, 64}, Qt::darkCyan)}};
     MediaLibrary library(dir.path());
-    const ImportOutcome outcome = library.importFile(record(kind, file, metadata));
-    QVERIFY2(outcome.ok(), qPrintable(outcome.message));
+    const Result<LibraryItem> outcome = library.importFile(record(kind, file, metadata));
+    QVERIFY2(outcome.ok(), qPrintable(outcome.errorText()));
     QCOMPARE(sha(file), before);
-    QVERIFY(QFileInfo(outcome.path).isFile());
-    QVERIFY(!QFileInfo(outcome.path).fileName().startsWith(QLatin1Char('.')));
+    QVERIFY(QFileInfo(outcome->path).isFile());
+    QVERIFY(!QFileInfo(outcome->path).fileName().startsWith(QLatin1Char('.')));
 
-    const QVariantMap readBack =
-        MetadataReader::metadataForFile(outcome.path).value_or(QVariantMap());
+    const QVariantMap readBack = MetadataReader::metadataForFile(outcome->path).valueOr({});
     if (!file.endsWith(s("not-media.mp3"))) {
         QCOMPARE(readBack.value(AVMetadataCommonKeyTitle).toString(), s("Tagged Title"));
         QCOMPARE(readBack.value(AVMetadataCommonKeyArtist).toString(), s("Tagged Artist"));
         QCOMPARE(readBack.value(AVMetadataCommonKeyType).toString(), s("Tagged Genre"));
         QCOMPARE(readBack.contains(s("imageData")), artworkReadBack);
     } else {
-        QCOMPARE(sha(outcome.path), before);
+        QCOMPARE(sha(outcome->path), before);
     }
 
-    QString problem;
-    const QList<QVariantMap> items = library.items(&problem);
-    QVERIFY2(problem.isEmpty(), qPrintable(problem));
+    const Result<QList<QVariantMap>> listed = library.items();
+    QVERIFY2(listed.ok(), qPrintable(listed.errorText()));
+    const QList<QVariantMap>& items = *listed;
     QCOMPARE(items.size(), 1);
-    QCOMPARE(items.first().value(s("id")).toLongLong(), outcome.id);
+    QCOMPARE(items.first().value(s("id")).toLongLong(), outcome->id);
     QCOMPARE(items.first().value(s("kind")).toString(), kind);
     QCOMPARE(dir.path() + QLatin1Char('/') + items.first().value(s("path")).toString(),
-             outcome.path);
+             outcome->path);
     QCOMPARE(items.first().value(s("year")).toString(), s("2003"));
     QCOMPARE(items.first().value(s("artwork_width")).toInt(), 64);
     QCOMPARE(items.first().value(s("metadata")).toMap().value(s("trackNumber")).toInt(), 4);
@@ -274,22 +303,21 @@ void TestLibrary::sameNameAndConcurrentImports() {
     const QVariantMap song =
         record(s("song"), fixture("id3v24.mp3"), {{s("title"), s("Same")}, {s("artist"), s("A")}});
     constexpr int count = 6;
-    QList<QFuture<ImportOutcome>> running;
+    QList<QFuture<Result<LibraryItem>>> running;
     for (int i = 0; i < count; ++i)
         running << QtConcurrent::run([&library, &song] { return library.importFile(song); });
     QSet<QString> paths;
-    for (QFuture<ImportOutcome>& future : running) {
-        const ImportOutcome outcome = future.result();
-        QVERIFY2(outcome.ok(), qPrintable(outcome.message));
-        paths.insert(outcome.path);
+    for (QFuture<Result<LibraryItem>>& future : running) {
+        const Result<LibraryItem> outcome = future.result();
+        QVERIFY2(outcome.ok(), qPrintable(outcome.errorText()));
+        paths.insert(outcome->path);
     }
     QCOMPARE(paths.size(), count);
     const QString folder = dir.path() + s("/Music/A/Unknown Album/");
     QVERIFY(paths.contains(folder + s("Same.mp3")));
     QVERIFY(paths.contains(folder + s("Same (2).mp3")));
     QVERIFY(paths.contains(folder + s("Same (%1).mp3").arg(count)));
-    QString problem;
-    QCOMPARE(library.items(&problem).size(), count);
+    QCOMPARE(library.items().valueOr({}).size(), count);
     QCOMPARE(QDir(folder).entryList(QDir::Files | QDir::Hidden).size(), count);
 }
 
@@ -300,8 +328,7 @@ void TestLibrary::refusedImports_data() {
     QTest::newRow("no path") << QVariantMap{{s("mediaKind"), s("song")}} << s("no \"path\"");
     QTest::newRow("missing file") << record(s("song"), s("/nowhere/x.mp3"), {})
                                   << s("No such file");
-    QTest::newRow("folder") << record(s("song"), s(TOLVANE_MEDIA_FIXTURES), {})
-                            << s("is not a file");
+    QTest::newRow("folder") << record(s("song"), s(TOLVANE_MEDIA_FIXTURES), {}) << s("a folder");
 }
 
 void TestLibrary::refusedImports() {
@@ -310,16 +337,127 @@ void TestLibrary::refusedImports() {
 
     QTemporaryDir dir;
     MediaLibrary library(dir.path());
-    const ImportOutcome outcome = library.importFile(given);
+    const Result<LibraryItem> outcome = library.importFile(given);
     QVERIFY(!outcome.ok());
-    QVERIFY2(outcome.message.contains(cause), qPrintable(outcome.message));
+    QVERIFY2(outcome.errorText().contains(cause), qPrintable(outcome.errorText()));
 
     // A library folder that is a file cannot take anything either.
     test::writeFile(dir.filePath(s("file")), "x");
-    const ImportOutcome blocked = MediaLibrary(dir.filePath(s("file")))
-                                      .importFile(record(s("song"), fixture("id3v24.mp3"), {}));
+    const Result<LibraryItem> blocked =
+        MediaLibrary(dir.filePath(s("file")))
+            .importFile(record(s("song"), fixture("id3v24.mp3"), {}));
     QVERIFY(!blocked.ok());
-    QVERIFY2(blocked.message.contains(s("not a folder")), qPrintable(blocked.message));
+    QVERIFY2(blocked.errorText().contains(s("not a folder")), qPrintable(blocked.errorText()));
+}
+
+void TestLibrary::damagedFramingIsRefused_data() {
+    QTest::addColumn<QString>("name");
+    QTest::addColumn<QByteArray>("marker");
+    QTest::addColumn<int>("from");
+    QTest::addColumn<QByteArray>("bytes");
+    QTest::addColumn<QString>("cause");
+
+    // The chunk-offset box of a video claims 2^63 - 1 bytes in a 64-bit size (its version,
+    // flags and count read as that size): the tag library rewrote such a file without end.
+    QTest::newRow("stco of 2^63 - 1 bytes")
+        << s("video.m4v") << QByteArray("stco") << -4
+        << QByteArray("\0\0\0\x01stco\x7f\xff\xff\xff\xff\xff\xff\xff", 16)
+        << s("\"stco\" box declares 9223372036854775807 bytes");
+    QTest::newRow("stco listing 2^31 offsets")
+        << s("video.m4v") << QByteArray("stco") << 8 << QByteArray("\x7f\xff\xff\xff", 4)
+        << s("\"stco\" box lists 2147483647 offsets");
+    QTest::newRow("moov longer than the file")
+        << s("track3of10.m4a") << QByteArray("moov") << -4 << QByteArray("\x7f\xff\xff\xff", 4)
+        << s("\"moov\" box declares 2147483647 bytes");
+    QTest::newRow("ID3 tag longer than the file")
+        << s("id3v24.mp3") << QByteArray("ID3") << 6 << QByteArray("\x7f\x7f\x7f\x7f", 4)
+        << s("ID3 tag declares");
+    QTest::newRow("FLAC block longer than the file")
+        << s("tags.flac") << QByteArray("fLaC") << 5 << QByteArray("\xff\xff\xff", 3)
+        << s("FLAC metadata block declares");
+    QTest::newRow("WAV chunk longer than the file")
+        << s("id3.wav") << QByteArray("fmt ") << 4 << QByteArray("\xff\xff\xff\x7f", 4)
+        << s("\"fmt \" chunk declares");
+    QTest::newRow("AIFF chunk longer than the file")
+        << s("id3.aiff") << QByteArray("COMM") << 4 << QByteArray("\x7f\xff\xff\xff", 4)
+        << s("\"COMM\" chunk declares");
+}
+
+void TestLibrary::damagedFramingIsRefused() {
+    QFETCH(QString, name);
+    QFETCH(QByteArray, marker);
+    QFETCH(int, from);
+    QFETCH(QByteArray, bytes);
+    QFETCH(QString, cause);
+
+    QTemporaryDir dir;
+    const QString source = damagedCopy(dir.path(), qPrintable(name), marker, from, bytes);
+    QVERIFY(!source.isEmpty());
+    const QByteArray before = sha(source);
+    const QString folder = dir.filePath(s("Library"));
+    const Result<LibraryItem> outcome =
+        MediaLibrary(folder).importFile(record(s("music-video"), source, {{s("title"), s("T")}}));
+    QVERIFY(!outcome.ok());
+    QVERIFY2(outcome.errorText().contains(s("the file is damaged")),
+             qPrintable(outcome.errorText()));
+    QVERIFY2(outcome.errorText().contains(cause), qPrintable(outcome.errorText()));
+    QCOMPARE(outcome.failure().path(), source);
+    // Refused before anything was written: no copy, no row, the source as it was.
+    QCOMPARE(sha(source), before);
+    QCOMPARE(filesUnder(folder), QStringList());
+}
+
+void TestLibrary::tagWritingNeverGrowsWithoutBound() {
+    // Straight to the writer, past the framing check: the guard on the file itself holds.
+    QTemporaryDir dir;
+    const QString copy = damagedCopy(dir.path(), "video.m4v", "stco", 8, "\x7f\xff\xff\xff");
+    QVERIFY(!copy.isEmpty());
+    const qint64 size = QFileInfo(copy).size();
+    QElapsedTimer timer;
+    timer.start();
+    // Artwork larger than the tags there were makes the movie box grow, so every chunk offset
+    // is rewritten.
+    QByteArray cover = test::pngBytes(QSize(4, 4), Qt::darkGreen);
+    cover += QByteArray(20000, 'x');
+    const Result<TagWriter::Written> written = TagWriter::write(
+        copy, record(s("music-video"), copy, {{s("title"), s("T")}, {s("imageData"), cover}}));
+    QVERIFY(!written.ok());
+    QVERIFY2(written.errorText().contains(s("grow past")), qPrintable(written.errorText()));
+    QVERIFY(QFileInfo(copy).size() <= size + cover.size() + 256 * 1024 + 100);
+    QVERIFY2(timer.elapsed() < 10000, qPrintable(QString::number(timer.elapsed())));
+
+    // Artwork of any size is room the writer may take.
+    const QString fine = dir.filePath(s("fine.m4a"));
+    QVERIFY(QFile::copy(fixture("track3of10.m4a"), fine));
+    const QByteArray artwork = test::pngBytes(QSize(600, 600), Qt::darkRed);
+    QVERIFY(TagWriter::write(fine, record(s("song"), fine, {{s("imageData"), artwork}})).ok());
+    QVERIFY(QFileInfo(fine).size() > artwork.size());
+}
+
+void TestLibrary::notOrdinaryFilesAreRefused_data() {
+    QTest::addColumn<QString>("path");
+    QTest::addColumn<QString>("cause");
+    QTest::newRow("FIFO") << s("fifo") << s("a FIFO");
+    QTest::newRow("endless device") << s("/dev/zero") << s("a device");
+    QTest::newRow("kernel's own file") << s("/proc/self/mem") << s("makes up");
+    QTest::newRow("folder") << s(TOLVANE_MEDIA_FIXTURES) << s("a folder");
+}
+
+void TestLibrary::notOrdinaryFilesAreRefused() {
+    // Each of these used to block the import, grow a copy without end, or file an empty item.
+    QFETCH(QString, path);
+    QFETCH(QString, cause);
+    QTemporaryDir dir;
+    if (path == s("fifo")) {
+        path = dir.filePath(s("song.mp3"));
+        QCOMPARE(::mkfifo(QFile::encodeName(path).constData(), 0600), 0);
+    }
+    const QString folder = dir.filePath(s("Library"));
+    const Result<LibraryItem> outcome =
+        MediaLibrary(folder).importFile(record(s("song"), path, {}));
+    QVERIFY(!outcome.ok());
+    QVERIFY2(outcome.errorText().contains(cause), qPrintable(outcome.errorText()));
+    QCOMPARE(filesUnder(folder), QStringList());
 }
 
 void TestLibrary::fullAndReadOnlyLibrary() {
@@ -338,11 +476,10 @@ void TestLibrary::fullAndReadOnlyLibrary() {
     const QString big = dir.filePath(s("big.mp3"));
     test::writeFile(big, QByteArray(2 * 1024 * 1024, 'x'));
     const QString library = mountPoint + s("/Library");
-    const ImportOutcome full = MediaLibrary(library).importFile(record(s("song"), big, {}));
+    const Result<LibraryItem> full = MediaLibrary(library).importFile(record(s("song"), big, {}));
     QVERIFY(!full.ok());
-    QVERIFY2(full.message.contains(s("No space left")), qPrintable(full.message));
-    QString problem;
-    QCOMPARE(MediaLibrary(library).items(&problem).size(), 0);
+    QVERIFY2(full.errorText().contains(s("No space left")), qPrintable(full.errorText()));
+    QCOMPARE(MediaLibrary(library).items().valueOr({}).size(), 0);
     QDirIterator leftovers(library, QDir::Files | QDir::Hidden, QDirIterator::Subdirectories);
     QStringList names;
     while (leftovers.hasNext())
@@ -350,10 +487,10 @@ void TestLibrary::fullAndReadOnlyLibrary() {
     QCOMPARE(names, QStringList{library + s("/Library.sqlite")});
 
     QVERIFY(mount({s("remount,ro")}));
-    const ImportOutcome readOnly =
+    const Result<LibraryItem> readOnly =
         MediaLibrary(library).importFile(record(s("song"), fixture("id3v24.mp3"), {}));
     QVERIFY(!readOnly.ok());
-    QVERIFY2(readOnly.message.contains(s("Read-only")), qPrintable(readOnly.message));
+    QVERIFY2(readOnly.errorText().contains(s("Read-only")), qPrintable(readOnly.errorText()));
 }
 
 void TestLibrary::recoveryAfterDeath_data() {
@@ -375,11 +512,10 @@ void TestLibrary::recoveryAfterDeath() {
     // A child process stands for an import killed half-way.
     const pid_t child = fork();
     if (child == 0) {
-        QString problem;
-        auto catalogue = LibraryCatalogue::open(library.catalogueFile(), &problem);
-        const qint64 id = catalogue ? catalogue->beginItem(temp, {}, &problem) : -1;
+        auto catalogue = LibraryCatalogue::open(library.catalogueFile());
+        const qint64 id = catalogue ? catalogue.value()->beginItem(temp, {}).valueOr(-1) : -1;
         test::writeFile(temp, "partial");
-        if (renamed && catalogue->setCandidate(id, name, &problem)) {
+        if (renamed && catalogue.value()->setCandidate(id, name).ok()) {
             QDir().mkpath(dir.filePath(s("Ringtones")));
             ::rename(QFile::encodeName(temp).constData(),
                      QFile::encodeName(dir.filePath(name)).constData());
@@ -390,11 +526,10 @@ void TestLibrary::recoveryAfterDeath() {
     QCOMPARE(waitpid(child, &status, 0), child);
     QCOMPARE(WEXITSTATUS(status), 0);
 
-    QString problem;
-    QCOMPARE(library.items(&problem).size(), 0); // a pending row is not an item
-    QVERIFY(library.recover().isEmpty());
+    QCOMPARE(library.items().valueOr({}).size(), 0); // a pending row is not an item
+    QVERIFY(library.recover().ok());
     QVERIFY(!QFileInfo::exists(temp));
-    const QList<QVariantMap> items = library.items(&problem);
+    const QList<QVariantMap> items = library.items().valueOr({});
     QCOMPARE(items.size(), itemsAfter);
     QCOMPARE(QFileInfo::exists(dir.filePath(name)), renamed);
     if (renamed)

@@ -16,9 +16,9 @@ namespace {
 // Copied in steps of this size, each handed to the disk before the next.
 constexpr qint64 stepBytes = 16 * 1024 * 1024;
 
-QString systemError(const char* what) {
-    return QStringLiteral("%1: %2").arg(QLatin1String(what),
-                                        QString::fromLocal8Bit(std::strerror(errno)));
+Failure systemError(const char* what) {
+    return Failure(QStringLiteral("%1: %2").arg(QLatin1String(what),
+                                                QString::fromLocal8Bit(std::strerror(errno))));
 }
 
 bool fullDisk(int error) {
@@ -26,33 +26,29 @@ bool fullDisk(int error) {
 }
 
 // One step through a buffer; returns the bytes copied, 0 at the end, -1 on error.
-qint64 bufferStep(int sourceFd, qint64 from, int destinationFd, qint64 to, qint64 length,
-                  QString* problem) {
+Result<qint64> bufferStep(int sourceFd, qint64 from, int destinationFd, qint64 to, qint64 length) {
     static thread_local std::vector<char> buffer(1 << 20);
     const ssize_t got =
         pread(sourceFd, buffer.data(), size_t(qMin<qint64>(length, qint64(buffer.size()))), from);
-    if (got < 0) {
-        *problem = systemError("cannot read the file");
-        return -1;
-    }
+    if (got < 0)
+        return systemError("cannot read the file");
     for (ssize_t written = 0; written < got;) {
         const ssize_t n =
             pwrite(destinationFd, buffer.data() + written, size_t(got - written), to + written);
         if (n < 0) {
             if (errno == EINTR)
                 continue;
-            *problem = systemError("cannot write the copy");
-            return -1;
+            return systemError("cannot write the copy");
         }
         written += n;
     }
-    return got;
+    return qint64(got);
 }
 
 } // namespace
 
-QString copyFileRange(int sourceFd, qint64 sourceOffset, int destinationFd,
-                      qint64 destinationOffset, qint64 length) {
+Status copyFileRange(int sourceFd, qint64 sourceOffset, int destinationFd, qint64 destinationOffset,
+                     qint64 length) {
     if (length < 0) {
         struct stat status {};
         if (fstat(sourceFd, &status) != 0)
@@ -79,11 +75,11 @@ QString copyFileRange(int sourceFd, qint64 sourceOffset, int destinationFd,
             }
             copied = n;
         } else {
-            QString problem;
-            copied = bufferStep(sourceFd, sourceOffset + done, destinationFd,
-                                destinationOffset + done, want, &problem);
-            if (copied < 0)
-                return problem;
+            const Result<qint64> step = bufferStep(sourceFd, sourceOffset + done, destinationFd,
+                                                   destinationOffset + done, want);
+            if (!step)
+                return step.failure();
+            copied = *step;
         }
         if (copied == 0)
             break; // the source got shorter while copying
@@ -94,12 +90,12 @@ QString copyFileRange(int sourceFd, qint64 sourceOffset, int destinationFd,
             handedOver = done;
         }
     }
-    return QString();
+    return {};
 }
 
-QString copyFileContents(int sourceFd, int destinationFd) {
+Status copyFileContents(int sourceFd, int destinationFd) {
     if (ioctl(destinationFd, FICLONE, sourceFd) == 0)
-        return QString();
+        return {};
     return copyFileRange(sourceFd, 0, destinationFd, 0, -1);
 }
 

@@ -31,9 +31,9 @@ const char* const migrations[] = {
 };
 static_assert(std::size(migrations) == LibraryCatalogue::schemaVersion);
 
-QString errorOf(sqlite3* db, const char* doing) {
-    return QStringLiteral("catalogue %1: %2")
-        .arg(QLatin1String(doing), QString::fromUtf8(sqlite3_errmsg(db)));
+Failure errorOf(sqlite3* db, const char* doing) {
+    return Failure(QStringLiteral("catalogue %1: %2")
+                       .arg(QLatin1String(doing), QString::fromUtf8(sqlite3_errmsg(db))));
 }
 
 // A prepared statement that finalises itself.
@@ -95,25 +95,25 @@ QString json(const QVariantMap& map) {
 
 } // namespace
 
-std::unique_ptr<LibraryCatalogue> LibraryCatalogue::open(const QString& file, QString* problem) {
+Result<std::unique_ptr<LibraryCatalogue>> LibraryCatalogue::open(const QString& file) {
     sqlite3* db = nullptr;
     const int status = sqlite3_open_v2(
         QFile::encodeName(file).constData(), &db,
         SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE | SQLITE_OPEN_FULLMUTEX, nullptr);
     std::unique_ptr<LibraryCatalogue> catalogue(new LibraryCatalogue(db));
     if (status != SQLITE_OK) {
-        if (problem)
-            *problem = QStringLiteral("cannot open the catalogue %1: %2")
-                           .arg(file, QString::fromUtf8(sqlite3_errstr(status)));
-        return nullptr;
+        return Failure(QStringLiteral("the catalogue cannot be opened: %1")
+                           .arg(QString::fromUtf8(sqlite3_errstr(status))),
+                       file);
     }
     // Other processes may hold the write lock for a moment; wait for them rather than fail.
     sqlite3_busy_timeout(db, 30000);
-    if (!catalogue->execute("PRAGMA journal_mode = WAL; PRAGMA synchronous = FULL;"
-                            " PRAGMA foreign_keys = ON;",
-                            problem) ||
-        !catalogue->migrate(problem))
-        return nullptr;
+    if (Status ready = catalogue->execute("PRAGMA journal_mode = WAL; PRAGMA synchronous = FULL;"
+                                          " PRAGMA foreign_keys = ON;");
+        !ready)
+        return ready.failure();
+    if (Status migrated = catalogue->migrate(); !migrated)
+        return migrated.failure();
     return catalogue;
 }
 
@@ -121,21 +121,23 @@ LibraryCatalogue::~LibraryCatalogue() {
     sqlite3_close_v2(m_db);
 }
 
-bool LibraryCatalogue::execute(const char* sql, QString* problem) {
+Status LibraryCatalogue::execute(const char* sql) {
     char* message = nullptr;
     if (sqlite3_exec(m_db, sql, nullptr, nullptr, &message) == SQLITE_OK)
-        return true;
-    if (problem)
-        *problem =
-            QStringLiteral("catalogue: %1").arg(QString::fromUtf8(message ? message : "error"));
+        return {};
+    const Failure failure(
+        QStringLiteral("catalogue: %1").arg(QString::fromUtf8(message ? message : "error")));
     sqlite3_free(message);
-    return false;
+    return failure;
 }
 
-bool LibraryCatalogue::migrate(QString* problem) {
-    // One writer at a time decides and runs the migrations.
-    if (!execute("BEGIN IMMEDIATE", problem))
-        return false;
+void LibraryCatalogue::rollBack() {
+    ignoreFailure(execute("ROLLBACK"), "the transaction being left has failed already");
+}
+
+Status LibraryCatalogue::migrate() {
+    if (Status begun = execute("BEGIN IMMEDIATE"); !begun)
+        return begun;
     int version = 0;
     {
         Statement query(m_db, "PRAGMA user_version");
@@ -143,61 +145,60 @@ bool LibraryCatalogue::migrate(QString* problem) {
             version = int(query.integer(0));
     }
     if (version > schemaVersion) {
-        execute("ROLLBACK", nullptr);
-        if (problem)
-            *problem = QStringLiteral("the catalogue was written by a newer version (schema %1)")
-                           .arg(version);
-        return false;
+        rollBack();
+        return Failure(QStringLiteral("the catalogue was written by a newer version (schema %1)")
+                           .arg(version));
     }
     for (; version < schemaVersion; ++version) {
-        if (!execute(migrations[version], problem)) {
-            execute("ROLLBACK", nullptr);
-            return false;
+        if (Status migrated = execute(migrations[version]); !migrated) {
+            rollBack();
+            return migrated;
         }
     }
     const QByteArray setVersion =
         QByteArray("PRAGMA user_version = ") + QByteArray::number(schemaVersion);
-    if (!execute(setVersion.constData(), problem) || !execute("COMMIT", problem)) {
-        execute("ROLLBACK", nullptr);
-        return false;
-    }
-    return true;
+    Status done = execute(setVersion.constData());
+    if (done)
+        done = execute("COMMIT");
+    if (!done)
+        rollBack();
+    return done;
 }
 
-qint64 LibraryCatalogue::beginItem(const QString& tempPath, const Item& item, QString* problem) {
-    if (!execute("BEGIN IMMEDIATE", problem))
-        return -1;
+Result<qint64> LibraryCatalogue::beginItem(const QString& tempPath, const Item& item) {
+    if (Status begun = execute("BEGIN IMMEDIATE"); !begun)
+        return begun.failure();
     Statement insert(m_db, "INSERT INTO items (state, owner_pid, owner_start, temp_path)"
                            " VALUES ('pending', ?, ?, ?)");
     insert.bind(1, qint64(getpid()));
     insert.bind(2, currentProcessStart());
     insert.bind(3, tempPath);
     if (!insert.valid() || insert.step() != SQLITE_DONE) {
-        if (problem)
-            *problem = errorOf(m_db, "cannot record the import");
-        execute("ROLLBACK", nullptr);
-        return -1;
+        const Failure failure = errorOf(m_db, "cannot record the import");
+        rollBack();
+        return failure;
     }
     const qint64 id = sqlite3_last_insert_rowid(m_db);
-    if (!describeItem(id, item, problem) || !execute("COMMIT", problem)) {
-        execute("ROLLBACK", nullptr);
-        return -1;
+    Status described = describeItem(id, item);
+    if (described)
+        described = execute("COMMIT");
+    if (!described) {
+        rollBack();
+        return described.failure();
     }
     return id;
 }
 
-bool LibraryCatalogue::setCandidate(qint64 id, const QString& relativePath, QString* problem) {
+Status LibraryCatalogue::setCandidate(qint64 id, const QString& relativePath) {
     Statement update(m_db, "UPDATE items SET path = ? WHERE id = ?");
     update.bind(1, relativePath);
     update.bind(2, id);
     if (update.valid() && update.step() == SQLITE_DONE)
-        return true;
-    if (problem)
-        *problem = errorOf(m_db, "cannot record the item's name");
-    return false;
+        return {};
+    return errorOf(m_db, "cannot record the item's name");
 }
 
-bool LibraryCatalogue::describeItem(qint64 id, const Item& item, QString* problem) {
+Status LibraryCatalogue::describeItem(qint64 id, const Item& item) {
     Statement update(m_db,
                      "UPDATE items SET path = ?, kind = ?, title = ?, artist = ?, album = ?,"
                      " genre = ?, year = ?, track_number = ?, track_count = ?, podcast_name = ?,"
@@ -231,58 +232,53 @@ bool LibraryCatalogue::describeItem(qint64 id, const Item& item, QString* proble
     update.bind(20, item.sourcePath);
     update.bind(21, id);
     if (update.valid() && update.step() == SQLITE_DONE && sqlite3_changes(m_db) == 1)
-        return true;
-    if (problem)
-        *problem = errorOf(m_db, "cannot record the item");
-    return false;
+        return {};
+    return errorOf(m_db, "cannot record the item");
 }
 
-bool LibraryCatalogue::finishItem(qint64 id, QString* problem) {
+Status LibraryCatalogue::finishItem(qint64 id) {
     Statement update(m_db, "UPDATE items SET state = 'done', owner_pid = NULL,"
                            " owner_start = NULL, temp_path = NULL,"
                            " imported_at = ? WHERE id = ? AND state = 'pending'");
     update.bind(1, QDateTime::currentDateTimeUtc().toString(Qt::ISODateWithMs));
     update.bind(2, id);
     if (update.valid() && update.step() == SQLITE_DONE)
-        return true;
-    if (problem)
-        *problem = errorOf(m_db, "cannot record the item");
-    return false;
+        return {};
+    return errorOf(m_db, "cannot record the item");
 }
 
-bool LibraryCatalogue::removeItem(qint64 id) {
+Status LibraryCatalogue::removeItem(qint64 id) {
     Statement remove(m_db, "DELETE FROM items WHERE id = ?");
     remove.bind(1, id);
-    return remove.valid() && remove.step() == SQLITE_DONE;
+    if (remove.valid() && remove.step() == SQLITE_DONE)
+        return {};
+    return errorOf(m_db, "cannot remove the item");
 }
 
-QList<LibraryCatalogue::Pending> LibraryCatalogue::pendingItems(QString* problem) {
+Result<QList<LibraryCatalogue::Pending>> LibraryCatalogue::pendingItems() {
     QList<Pending> pending;
     Statement query(m_db, "SELECT id, owner_pid, owner_start, temp_path, path FROM items"
                           " WHERE state = 'pending' ORDER BY id");
-    if (!query.valid()) {
-        if (problem)
-            *problem = errorOf(m_db, "cannot read the catalogue");
-        return pending;
-    }
-    while (query.step() == SQLITE_ROW)
+    if (!query.valid())
+        return errorOf(m_db, "cannot read the catalogue");
+    int status;
+    while ((status = query.step()) == SQLITE_ROW)
         pending.append(
             {query.integer(0), query.integer(1), query.integer(2), query.text(3), query.text(4)});
+    if (status != SQLITE_DONE)
+        return errorOf(m_db, "cannot read the catalogue");
     return pending;
 }
 
-QList<QVariantMap> LibraryCatalogue::items(QString* problem) {
+Result<QList<QVariantMap>> LibraryCatalogue::items() {
     QList<QVariantMap> rows;
     Statement query(m_db, "SELECT id, kind, path, title, artist, album, genre, year,"
                           " track_number, track_count, podcast_name, series_name,"
                           " season_number, episode_number, duration_ms, artwork_bytes,"
                           " artwork_width, artwork_height, artwork_sha256, source_path,"
                           " imported_at, metadata FROM items WHERE state = 'done' ORDER BY id");
-    if (!query.valid()) {
-        if (problem)
-            *problem = errorOf(m_db, "cannot read the catalogue");
-        return rows;
-    }
+    if (!query.valid())
+        return errorOf(m_db, "cannot read the catalogue");
     int status;
     while ((status = query.step()) == SQLITE_ROW) {
         QVariantMap row;
@@ -294,8 +290,8 @@ QList<QVariantMap> LibraryCatalogue::items(QString* problem) {
                        .toVariantMap());
         rows.append(row);
     }
-    if (status != SQLITE_DONE && problem)
-        *problem = errorOf(m_db, "cannot read the catalogue");
+    if (status != SQLITE_DONE)
+        return errorOf(m_db, "cannot read the catalogue");
     return rows;
 }
 

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "platform/Result.h"
+
 #include <QList>
 #include <QString>
 #include <QVariantMap>
@@ -39,24 +41,24 @@ public:
         QString candidate; // relative; empty until a rename is tried
     };
 
-    // Opens (creating or migrating) the catalogue; null with the cause when it cannot.
-    static std::unique_ptr<LibraryCatalogue> open(const QString& file, QString* problem);
+    // Opens (creating or migrating) the catalogue.
+    static Result<std::unique_ptr<LibraryCatalogue>> open(const QString& file);
     ~LibraryCatalogue();
     LibraryCatalogue(const LibraryCatalogue&) = delete;
     LibraryCatalogue& operator=(const LibraryCatalogue&) = delete;
 
     // A pending row owned by this process for a copy at tempPath, holding what the item will
-    // hold; -1 on failure.
-    qint64 beginItem(const QString& tempPath, const Item& item, QString* problem);
+    // hold; its id.
+    Result<qint64> beginItem(const QString& tempPath, const Item& item);
     // Records the name about to be taken, before the rename that takes it.
-    bool setCandidate(qint64 id, const QString& relativePath, QString* problem);
+    Status setCandidate(qint64 id, const QString& relativePath);
     // Marks a pending row whose file is in place under its candidate name as done.
-    bool finishItem(qint64 id, QString* problem);
-    bool removeItem(qint64 id);
+    Status finishItem(qint64 id);
+    Status removeItem(qint64 id);
 
-    QList<Pending> pendingItems(QString* problem);
+    Result<QList<Pending>> pendingItems();
     // The finished items, oldest first, as JSON-ready maps.
-    QList<QVariantMap> items(QString* problem);
+    Result<QList<QVariantMap>> items();
 
     // This process as it is recorded in pending rows.
     static qint64 currentProcessStart();
@@ -66,9 +68,11 @@ public:
 private:
     explicit LibraryCatalogue(sqlite3* db)
         : m_db(db) {}
-    bool execute(const char* sql, QString* problem);
-    bool migrate(QString* problem);
-    bool describeItem(qint64 id, const Item& item, QString* problem);
+    Status execute(const char* sql);
+    // Leaves a transaction that failed half-way; nothing else can be done about a failure here.
+    void rollBack();
+    Status migrate();
+    Status describeItem(qint64 id, const Item& item);
 
     sqlite3* m_db;
 };

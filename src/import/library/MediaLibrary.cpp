@@ -4,17 +4,20 @@
 #include "import/library/FileCopy.h"
 #include "import/library/LibraryCatalogue.h"
 #include "import/library/LibraryFiling.h"
+#include "import/library/MediaStructure.h"
 #include "import/library/Mp4Layout.h"
 #include "import/library/TagWriter.h"
+#include "platform/FileDescriptor.h"
 #include "platform/Paths.h"
 #include "platform/PropertyList.h"
+#include "platform/RegularFile.h"
 
 #include <QBuffer>
 #include <QCryptographicHash>
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
-#include <QImageReader>
+#include <QLoggingCategory>
 #include <QUuid>
 
 #include <cerrno>
@@ -28,27 +31,13 @@ namespace tolvane {
 
 namespace {
 
+Q_LOGGING_CATEGORY(lcLibrary, "tolvane.library")
+
 QString systemError() {
     return QString::fromLocal8Bit(std::strerror(errno));
 }
 
-// A descriptor that closes itself.
-class FileDescriptor {
-public:
-    explicit FileDescriptor(int fd = -1)
-        : m_fd(fd) {}
-    ~FileDescriptor() {
-        if (m_fd >= 0)
-            ::close(m_fd);
-    }
-    FileDescriptor(const FileDescriptor&) = delete;
-    FileDescriptor& operator=(const FileDescriptor&) = delete;
-    int get() const { return m_fd; }
-
-private:
-    int m_fd;
-};
-
+// A folder's new entry on the disk; a failure only weakens what a power cut leaves.
 bool syncDirectory(const QString& directory) {
     const FileDescriptor fd(
         ::open(QFile::encodeName(directory).constData(), O_RDONLY | O_DIRECTORY));
@@ -61,7 +50,7 @@ bool exists(const QString& path) {
 }
 
 // Creates the folders of a path that are missing; the ones it made, deepest first.
-QStringList makeFolders(const QString& folder, QString* problem) {
+Result<QStringList> makeFolders(const QString& folder) {
     QStringList made;
     QString existing = folder;
     while (!existing.isEmpty() && !QFileInfo(existing).exists()) {
@@ -69,16 +58,12 @@ QStringList makeFolders(const QString& folder, QString* problem) {
         existing = QFileInfo(existing).path();
     }
     for (const QString& path : std::as_const(made)) {
-        if (::mkdir(QFile::encodeName(path).constData(), 0755) != 0 && errno != EEXIST) {
-            *problem =
-                QStringLiteral("cannot create the library folder %1: %2").arg(path, systemError());
-            return {};
-        }
+        if (::mkdir(QFile::encodeName(path).constData(), 0755) != 0 && errno != EEXIST)
+            return Failure(
+                QStringLiteral("the library folder cannot be made: %1").arg(systemError()), path);
     }
-    if (!QFileInfo(folder).isDir()) {
-        *problem = QStringLiteral("the library folder %1 is not a folder").arg(folder);
-        return {};
-    }
+    if (!QFileInfo(folder).isDir())
+        return Failure(QStringLiteral("the library folder is not a folder"), folder);
     std::reverse(made.begin(), made.end());
     return made;
 }
@@ -110,25 +95,29 @@ qint64 durationOf(const QString& path, const QVariantMap& metadata) {
 }
 
 // Finishes or removes the pending rows of processes that have died.
-QString recoverPending(LibraryCatalogue& catalogue, const QString& libraryFolder) {
-    QString problem;
-    const QList<LibraryCatalogue::Pending> pending = catalogue.pendingItems(&problem);
-    for (const LibraryCatalogue::Pending& item : pending) {
+Status recoverPending(LibraryCatalogue& catalogue, const QString& libraryFolder) {
+    const Result<QList<LibraryCatalogue::Pending>> pending = catalogue.pendingItems();
+    if (!pending)
+        return pending.failure();
+    for (const LibraryCatalogue::Pending& item : *pending) {
         if (LibraryCatalogue::ownerAlive(item.ownerPid, item.ownerStart))
             continue; // still at work
+        Status recovered;
         if (!item.tempPath.isEmpty() && exists(item.tempPath)) {
             // The copy never got its name: it may be incomplete or unflushed.
             ::unlink(QFile::encodeName(item.tempPath).constData());
-            catalogue.removeItem(item.id);
+            recovered = catalogue.removeItem(item.id);
         } else if (!item.candidate.isEmpty() &&
                    exists(libraryFolder + QLatin1Char('/') + item.candidate)) {
             // The copy is gone and its name exists: the rename happened, the item is complete.
-            catalogue.finishItem(item.id, &problem);
+            recovered = catalogue.finishItem(item.id);
         } else {
-            catalogue.removeItem(item.id);
+            recovered = catalogue.removeItem(item.id);
         }
+        if (!recovered)
+            return recovered;
     }
-    return problem;
+    return {};
 }
 
 } // namespace
@@ -151,35 +140,38 @@ QString MediaLibrary::catalogueFile() const {
     return m_folder + QLatin1Char('/') + QLatin1String(catalogueFileName);
 }
 
-ImportOutcome MediaLibrary::importFile(const QVariantMap& record) {
+Result<LibraryItem> MediaLibrary::importFile(const QVariantMap& record) {
     const QString source = record.value(QStringLiteral("path")).toString();
     if (source.isEmpty())
-        return ImportOutcome::failure(QStringLiteral("the record names no file (no \"path\")"));
+        return Failure(QStringLiteral("the record names no file (no \"path\")"));
 
-    const FileDescriptor input(::open(QFile::encodeName(source).constData(), O_RDONLY | O_CLOEXEC));
-    struct stat status {};
-    if (input.get() < 0 || ::fstat(input.get(), &status) != 0)
-        return ImportOutcome::failure(
-            QStringLiteral("cannot open %1: %2").arg(source, systemError()));
-    if (!S_ISREG(status.st_mode))
-        return ImportOutcome::failure(QStringLiteral("%1 is not a file").arg(source));
+    // Never a FIFO (which would block), a device or a file the kernel makes up.
+    const Result<FileDescriptor> input = RegularFile::openForReading(source);
+    if (!input)
+        return Failure(QStringLiteral("cannot read %1").arg(input.errorText()));
+    // The tag library trusts the sizes in the file's framing; a damaged one is refused before
+    // anything is written.
+    if (const Status framing = MediaStructure::check(input->get()); !framing)
+        return Failure(framing.failure().message(), source);
 
-    QString problem;
-    if (makeFolders(m_folder, &problem).isEmpty() && !problem.isEmpty())
-        return ImportOutcome::failure(problem);
+    if (const Result<QStringList> root = makeFolders(m_folder); !root)
+        return root.failure();
     if (::access(QFile::encodeName(m_folder).constData(), W_OK) != 0)
-        return ImportOutcome::failure(QStringLiteral("cannot write to the library folder %1: %2")
-                                          .arg(m_folder, systemError()));
-    std::unique_ptr<LibraryCatalogue> catalogue = LibraryCatalogue::open(catalogueFile(), &problem);
-    if (!catalogue)
-        return ImportOutcome::failure(problem);
-    recoverPending(*catalogue, m_folder);
+        return Failure(
+            QStringLiteral("the library folder cannot be written: %1").arg(systemError()),
+            m_folder);
+    Result<std::unique_ptr<LibraryCatalogue>> opened = LibraryCatalogue::open(catalogueFile());
+    if (!opened)
+        return opened.failure();
+    const std::unique_ptr<LibraryCatalogue> catalogue = std::move(opened).value();
+    ignoreFailure(recoverPending(*catalogue, m_folder),
+                  "what earlier imports left is tidied up by a later one when this one cannot");
 
     const QString relative = LibraryFiling::relativePath(record);
     const QString folder = QFileInfo(m_folder + QLatin1Char('/') + relative).path();
-    const QStringList madeFolders = makeFolders(folder, &problem);
-    if (!problem.isEmpty())
-        return ImportOutcome::failure(problem);
+    const Result<QStringList> madeFolders = makeFolders(folder);
+    if (!madeFolders)
+        return madeFolders.failure();
 
     const QString temp = folder + QStringLiteral("/.tolvane-import-") +
                          QUuid::createUuid().toString(QUuid::WithoutBraces) +
@@ -195,55 +187,60 @@ ImportOutcome MediaLibrary::importFile(const QVariantMap& record) {
     item.sourcePath = source;
     item.durationMs = durationOf(source, metadata);
     describeArtwork(metadata.value(QStringLiteral("imageData")).toByteArray(), item);
-    const qint64 id = catalogue->beginItem(temp, item, &problem);
-    if (id < 0) {
-        removeEmptyFolders(madeFolders);
-        return ImportOutcome::failure(problem);
+    const Result<qint64> begun = catalogue->beginItem(temp, item);
+    if (!begun) {
+        removeEmptyFolders(*madeFolders);
+        return begun.failure();
     }
-    const auto abandon = [&](const QString& cause) {
+    const qint64 id = *begun;
+    const auto abandon = [&](const Failure& cause) -> Result<LibraryItem> {
         ::unlink(QFile::encodeName(temp).constData());
-        catalogue->removeItem(id);
-        removeEmptyFolders(madeFolders);
-        return ImportOutcome::failure(cause);
+        ignoreFailure(catalogue->removeItem(id),
+                      "a row left behind is removed by the next import's recovery");
+        removeEmptyFolders(*madeFolders);
+        return cause;
     };
 
     // A file whose tags sit before its media data is tagged by its head alone, so that the
     // tag library never moves the media data; everything else is copied whole, then tagged.
-    const std::optional<qint64> mediaData = mediaDataAfterMovie(input.get());
+    const std::optional<qint64> mediaData = mediaDataAfterMovie(input->get());
     {
         const FileDescriptor output(::open(QFile::encodeName(temp).constData(),
                                            O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0644));
-        if (output.get() < 0)
-            return abandon(QStringLiteral("cannot write to the library folder %1: %2")
-                               .arg(folder, systemError()));
-        const QString copyProblem = mediaData
-                                        ? copyFileRange(input.get(), 0, output.get(), 0, *mediaData)
-                                        : copyFileContents(input.get(), output.get());
-        if (!copyProblem.isEmpty())
-            return abandon(QStringLiteral("%1 (%2)").arg(copyProblem, folder));
+        if (!output.isOpen())
+            return abandon(Failure(
+                QStringLiteral("the library folder cannot be written: %1").arg(systemError()),
+                folder));
+        const Status copied = mediaData
+                                  ? copyFileRange(input->get(), 0, output.get(), 0, *mediaData)
+                                  : copyFileContents(input->get(), output.get());
+        if (!copied)
+            return abandon(Failure(copied.failure().message(), folder));
     }
 
-    if (TagWriter::write(temp, record, &problem) == TagWriter::Result::Failed)
-        return abandon(problem);
+    if (const Result<TagWriter::Written> written = TagWriter::write(temp, record); !written)
+        return abandon(written.failure());
 
     if (mediaData) {
         const FileDescriptor output(
             ::open(QFile::encodeName(temp).constData(), O_WRONLY | O_CLOEXEC));
         struct stat head {};
-        if (output.get() < 0 || ::fstat(output.get(), &head) != 0)
-            return abandon(QStringLiteral("cannot write the copy: %1").arg(systemError()));
-        const QString copyProblem =
-            copyFileRange(input.get(), *mediaData, output.get(), head.st_size, -1);
-        if (!copyProblem.isEmpty())
-            return abandon(QStringLiteral("%1 (%2)").arg(copyProblem, folder));
+        if (!output.isOpen() || ::fstat(output.get(), &head) != 0)
+            return abandon(
+                Failure(QStringLiteral("the copy cannot be written: %1").arg(systemError()), temp));
+        const Status copied =
+            copyFileRange(input->get(), *mediaData, output.get(), head.st_size, -1);
+        if (!copied)
+            return abandon(Failure(copied.failure().message(), folder));
     }
 
     {
         // Flush the tagged copy before any name points at it.
         const FileDescriptor written(
             ::open(QFile::encodeName(temp).constData(), O_RDONLY | O_CLOEXEC));
-        if (written.get() < 0 || ::fsync(written.get()) != 0)
-            return abandon(QStringLiteral("cannot flush the copy: %1").arg(systemError()));
+        if (!written.isOpen() || ::fsync(written.get()) != 0)
+            return abandon(
+                Failure(QStringLiteral("the copy cannot be flushed: %1").arg(systemError()), temp));
     }
 
     // Take the first free name; another process may take a name at the same moment, and a
@@ -252,41 +249,44 @@ ImportOutcome MediaLibrary::importFile(const QVariantMap& record) {
     for (int n = 1; taken.isEmpty(); ++n) {
         const QString candidate = n == 1 ? relative : LibraryFiling::numbered(relative, n);
         if (n > 10000)
-            return abandon(QStringLiteral("too many items named %1").arg(relative));
+            return abandon(Failure(QStringLiteral("too many items of this name"), relative));
         const QString target = m_folder + QLatin1Char('/') + candidate;
         if (exists(target))
             continue;
-        if (!catalogue->setCandidate(id, candidate, &problem))
-            return abandon(problem);
+        if (Status recorded = catalogue->setCandidate(id, candidate); !recorded)
+            return abandon(recorded.failure());
         if (::renameat2(AT_FDCWD, QFile::encodeName(temp).constData(), AT_FDCWD,
                         QFile::encodeName(target).constData(), RENAME_NOREPLACE) == 0) {
             taken = candidate;
         } else if (errno != EEXIST) {
             return abandon(
-                QStringLiteral("cannot file the item as %1: %2").arg(target, systemError()));
+                Failure(QStringLiteral("the item cannot be filed: %1").arg(systemError()), target));
         }
     }
-    syncDirectory(folder);
-    if (!catalogue->finishItem(id, &problem)) {
-        // The file is complete; the next recovery finishes its row.
-        return ImportOutcome::failure(problem);
-    }
-    return {ImportOutcome::Status::Imported, m_folder + QLatin1Char('/') + taken, id, QString()};
+    if (!syncDirectory(folder))
+        qCWarning(lcLibrary).noquote() << folder << QStringLiteral("cannot be flushed");
+    // When the row cannot be finished, the file is complete and the next recovery finishes it.
+    if (Status finished = catalogue->finishItem(id); !finished)
+        return finished.failure();
+    return LibraryItem{m_folder + QLatin1Char('/') + taken, id};
 }
 
-QString MediaLibrary::recover() {
-    if (!QFileInfo::exists(catalogueFile()))
-        return QString();
-    QString problem;
-    std::unique_ptr<LibraryCatalogue> catalogue = LibraryCatalogue::open(catalogueFile(), &problem);
-    return catalogue ? recoverPending(*catalogue, m_folder) : problem;
-}
-
-QList<QVariantMap> MediaLibrary::items(QString* problem) const {
+Status MediaLibrary::recover() {
     if (!QFileInfo::exists(catalogueFile()))
         return {};
-    std::unique_ptr<LibraryCatalogue> catalogue = LibraryCatalogue::open(catalogueFile(), problem);
-    return catalogue ? catalogue->items(problem) : QList<QVariantMap>();
+    Result<std::unique_ptr<LibraryCatalogue>> catalogue = LibraryCatalogue::open(catalogueFile());
+    if (!catalogue)
+        return catalogue.failure();
+    return recoverPending(*catalogue.value(), m_folder);
+}
+
+Result<QList<QVariantMap>> MediaLibrary::items() const {
+    if (!QFileInfo::exists(catalogueFile()))
+        return QList<QVariantMap>();
+    Result<std::unique_ptr<LibraryCatalogue>> catalogue = LibraryCatalogue::open(catalogueFile());
+    if (!catalogue)
+        return catalogue.failure();
+    return catalogue.value()->items();
 }
 
 } // namespace tolvane

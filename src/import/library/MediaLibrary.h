@@ -25,13 +25,12 @@ public:
     QString folder() const { return m_folder; }
     QString catalogueFile() const;
 
-    ImportOutcome importFile(const QVariantMap& record) override;
+    Result<LibraryItem> importFile(const QVariantMap& record) override;
 
-    // Finishes or removes what imports of processes that have died left behind. Returns the
-    // cause when the catalogue cannot be read, else an empty text.
-    QString recover();
-    // The catalogue's finished items.
-    QList<QVariantMap> items(QString* problem) const;
+    // Finishes or removes what imports of processes that have died left behind.
+    Status recover();
+    // The catalogue's finished items (none while there is no catalogue).
+    Result<QList<QVariantMap>> items() const;
 
 private:
     QString m_folder;

@@ -4,7 +4,11 @@
 #include "import/MediaKinds.h"
 #include "platform/MetadataKeys.h"
 
+#include <QFile>
+#include <QFileInfo>
+
 #include <algorithm>
+#include <limits>
 #include <taglib/aifffile.h>
 #include <taglib/attachedpictureframe.h>
 #include <taglib/fileref.h>
@@ -15,6 +19,7 @@
 #include <taglib/opusfile.h>
 #include <taglib/podcastframe.h>
 #include <taglib/textidentificationframe.h>
+#include <taglib/tfilestream.h>
 #include <taglib/tpropertymap.h>
 #include <taglib/vorbisfile.h>
 #include <taglib/wavfile.h>
@@ -226,17 +231,54 @@ void writeXiph(TagLib::Ogg::XiphComment* comment, const Tags& tags) {
     }
 }
 
-} // namespace
+// Bytes the tags of a record may add to a file: their text (as UTF-16, the widest encoding a
+// writer may choose), the artwork, and room for frames, atoms and padding.
+qint64 growthAllowance(const Tags& tags) {
+    qint64 text = 0;
+    for (const QString* value : {&tags.title, &tags.artist, &tags.album, &tags.genre, &tags.year,
+                                 &tags.podcastName, &tags.seriesName})
+        text += 2 * value->size();
+    return 2 * text + tags.artwork.size() + 256 * 1024;
+}
 
-TagWriter::Result TagWriter::write(const QString& path, const QVariantMap& record,
-                                   QString* problem) {
-    const Tags tags = tagsOf(record);
-    const QByteArray encodedPath = path.toLocal8Bit();
-    TagLib::FileRef ref(encodedPath.constData(), false);
-    if (ref.isNull())
-        return Result::NotTaggable;
+// Thrown out of the tag library's save when it would grow the file too far.
+struct GrowthRefused {};
 
-    TagLib::File* file = ref.file();
+// A file stream that never lets the file grow past a length. A write that would is refused by
+// throwing, which ends the save at once: a damaged offset table can otherwise keep the tag
+// library writing for billions of rounds. Nothing of the file is used after that.
+class BoundedFileStream final : public TagLib::FileStream {
+public:
+    BoundedFileStream(TagLib::FileName name, long limit)
+        : TagLib::FileStream(name)
+        , m_limit(limit) {}
+
+    void writeBlock(const TagLib::ByteVector& data) override {
+        if (allows(qMax<qint64>(length(), qint64(tell()) + data.size())))
+            TagLib::FileStream::writeBlock(data);
+    }
+    void insert(const TagLib::ByteVector& data, unsigned long start,
+                unsigned long replace) override {
+        if (allows(qint64(length()) + data.size() - qint64(replace)))
+            TagLib::FileStream::insert(data, start, replace);
+    }
+    void truncate(long newLength) override {
+        if (allows(newLength))
+            TagLib::FileStream::truncate(newLength);
+    }
+
+private:
+    bool allows(qint64 newLength) const {
+        if (newLength > m_limit)
+            throw GrowthRefused();
+        return true;
+    }
+
+    long m_limit;
+};
+
+// Writes the tags into the file in its format's own way; false when the tag library fails.
+bool save(TagLib::File* file, const Tags& tags) {
     bool saved = false;
     if (auto* mp4 = dynamic_cast<TagLib::MP4::File*>(file)) {
         writeMp4(mp4->tag(), tags);
@@ -270,9 +312,33 @@ TagWriter::Result TagWriter::write(const QString& path, const QVariantMap& recor
         file->setProperties(propertiesOf(file->properties(), tags));
         saved = file->save();
     }
-    if (!saved && problem)
-        *problem = QStringLiteral("cannot write the tags into the copy");
-    return saved ? Result::Written : Result::Failed;
+    return saved;
+}
+
+} // namespace
+
+Result<TagWriter::Written> TagWriter::write(const QString& path, const QVariantMap& record) {
+    const Tags tags = tagsOf(record);
+    const QByteArray encodedPath = QFile::encodeName(path);
+    const qint64 size = QFileInfo(path).size();
+    BoundedFileStream stream(
+        encodedPath.constData(),
+        long(qMin<qint64>(size + growthAllowance(tags), std::numeric_limits<long>::max())));
+    if (!stream.isOpen() || stream.readOnly())
+        return Failure(QStringLiteral("the copy cannot be opened for writing"), path);
+    TagLib::FileRef ref(&stream, false);
+    if (ref.isNull())
+        return Written::NotTaggable;
+    try {
+        if (!save(ref.file(), tags))
+            return Failure(QStringLiteral("the tags cannot be written into the copy"), path);
+    } catch (const GrowthRefused&) {
+        return Failure(QStringLiteral("writing the tags would have made the copy grow past %1 "
+                                      "bytes; the file is damaged")
+                           .arg(size + growthAllowance(tags)),
+                       path);
+    }
+    return Written::Tags;
 }
 
 } // namespace tolvane

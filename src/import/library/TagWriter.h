@@ -1,5 +1,7 @@
 #pragma once
 
+#include "platform/Result.h"
+
 #include <QString>
 #include <QVariantMap>
 
@@ -12,11 +14,17 @@ namespace tolvane {
 //    podcast, series, season and episode values in TXXX frames;
 //  - other formats TagLib writes (FLAC, Ogg, ...): the property map and, where the format
 //    holds one, a front-cover picture.
+//
+// The file may grow by the new tags and artwork and a little framing, never more: a write past
+// that is refused and the whole write fails, so a damaged file cannot make the tag library fill
+// the disk.
 class TagWriter {
 public:
-    enum class Result { Written, NotTaggable, Failed };
-    // NotTaggable: TagLib does not know the format, and the file is left as it is.
-    static Result write(const QString& path, const QVariantMap& record, QString* problem);
+    enum class Written {
+        Tags,
+        NotTaggable, // the tag library does not know the format; the file is left as it is
+    };
+    static Result<Written> write(const QString& path, const QVariantMap& record);
 };
 
 } // namespace tolvane

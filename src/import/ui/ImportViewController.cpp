@@ -510,7 +510,12 @@ void ImportViewController::importButtonPressed() {
     auto record = std::make_shared<QVariantMap>(std::exchange(m_importDict, {}));
     QPointer<ImportViewController> self(this);
     hud->showAnimated(
-        true, [record, edited] { ImportSubmission::submit(*record, edited); }, nullptr,
+        true,
+        [record, edited] {
+            ignoreFailure(ImportSubmission::submit(*record, edited),
+                          "the import service gives the editor no result to act on");
+        },
+        nullptr,
         [self, record] {
             if (!self)
                 return;

@@ -179,7 +179,7 @@ void PlayerWindow::readArtwork() {
     QPointer<PlayerWindow> self(this);
     const QString path = m_path;
     QThreadPool::globalInstance()->start([self, path] {
-        const std::optional<QVariantMap> metadata = MetadataReader::metadataForFile(path);
+        const Result<QVariantMap> metadata = MetadataReader::metadataForFile(path);
         const QSize bound(512, 512);
         const QImage image =
             metadata
