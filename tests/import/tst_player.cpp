@@ -1,22 +1,39 @@
+#include "TestSupport.h"
+#include "import/PlaybackSupport.h"
 #include "import/ui/PlayerWindow.h"
 #include "platform/ui/Screen.h"
 
+#include <QLabel>
 #include <QMediaPlayer>
 #include <QPointer>
+#include <QProcess>
+#include <QRandomGenerator>
 #include <QSignalSpy>
 #include <QSlider>
+#include <QStackedWidget>
+#include <QTemporaryDir>
 #include <QTest>
 #include <QToolButton>
+#include <QVideoWidget>
 
 #include <memory>
 
 using namespace tolvane;
+using tolvane::test::s;
 
 namespace {
 
 QString fixture(const char* name) {
     return QStringLiteral(TOLVANE_MEDIA_FIXTURES "/") + QString::fromUtf8(name);
 }
+
+// Skips the running test when this process cannot play media, saying why.
+#define SKIP_WITHOUT_PLAYBACK()                                                                    \
+    do {                                                                                           \
+        if (!PlaybackSupport::isAvailable())                                                       \
+            QSKIP(qPrintable(QStringLiteral("media cannot be played here: ") +                     \
+                             PlaybackSupport::status().errorText()));                              \
+    } while (false)
 
 } // namespace
 
@@ -25,10 +42,15 @@ class TestPlayer : public QObject {
 private Q_SLOTS:
     void fileThatCannotPlaySaysSo_data();
     void fileThatCannotPlaySaysSo();
+    void noPlayerWithoutPlayback();
+    void playsAndTheClockRuns_data();
+    void playsAndTheClockRuns();
     void audioShowsItsArtwork();
     void startsByItselfAndPauses();
     void videoShowsItsPicture();
     void closeDismissesThePresentedPlayer();
+    void brokenPluginsNeverBringTheProcessDown_data();
+    void brokenPluginsNeverBringTheProcessDown();
 };
 
 void TestPlayer::fileThatCannotPlaySaysSo_data() {
@@ -47,7 +69,72 @@ void TestPlayer::fileThatCannotPlaySaysSo() {
     QTRY_COMPARE_WITH_TIMEOUT(player.errorText(), PlayerWindow::cannotPlayText(), 10000);
     QVERIFY(!player.playPauseButton()->isEnabled());
     QVERIFY(!player.positionSlider()->isEnabled());
-    QVERIFY(player.player()->playbackState() != QMediaPlayer::PlayingState);
+    if (player.player())
+        QVERIFY(player.player()->playbackState() != QMediaPlayer::PlayingState);
+}
+
+// A process that cannot play media (no back end, or GStreamer without its playback plugins)
+// makes no player at all, and says so for a file it could otherwise play.
+void TestPlayer::noPlayerWithoutPlayback() {
+    if (PlaybackSupport::isAvailable())
+        QSKIP("media can be played here; brokenPluginsNeverBringTheProcessDown runs this test "
+              "in a process without GStreamer plugins");
+    PlayerWindow player(fixture("id3v24.mp3"));
+    player.resize(320, 480);
+    player.show();
+    QCOMPARE(player.errorText(), PlayerWindow::cannotPlayText());
+    QCOMPARE(player.player(), nullptr);
+    QVERIFY(!player.playPauseButton()->isEnabled());
+    QVERIFY(!player.positionSlider()->isEnabled());
+    auto* pages = player.findChild<QStackedWidget*>();
+    QVERIFY(pages);
+    auto* shown = qobject_cast<QLabel*>(pages->currentWidget());
+    QVERIFY(shown);
+    QCOMPARE(shown->text(), PlayerWindow::cannotPlayText());
+    QCOMPARE(player.findChild<QVideoWidget*>(), nullptr);
+    // Play, pause and close stay harmless without a player.
+    player.play();
+    player.pause();
+    QSignalSpy closed(&player, &PlayerWindow::closed);
+    player.closeButton()->click();
+    QCOMPARE(closed.size(), 1);
+}
+
+void TestPlayer::playsAndTheClockRuns_data() {
+    QTest::addColumn<QString>("path");
+    QTest::addColumn<bool>("video");
+    QTest::newRow("MP3") << fixture("id3v24.mp3") << false;
+}
+
+void TestPlayer::playsAndTheClockRuns() {
+    QFETCH(QString, path);
+    QFETCH(bool, video);
+    SKIP_WITHOUT_PLAYBACK();
+    PlayerWindow player(path);
+    player.resize(320, 480);
+    player.show();
+    QVERIFY(player.player());
+    QSignalSpy positions(player.player(), &QMediaPlayer::positionChanged);
+    QTRY_VERIFY_WITH_TIMEOUT(player.player()->playbackState() == QMediaPlayer::PlayingState ||
+                                 !player.errorText().isEmpty(),
+                             10000);
+    QCOMPARE(player.errorText(), QString());
+    // The clock passes half a second of the file, and the slider follows it.
+    const auto furthest = [&positions] {
+        qint64 most = 0;
+        for (const QList<QVariant>& position : positions)
+            most = qMax(most, position.first().toLongLong());
+        return most;
+    };
+    QTRY_VERIFY_WITH_TIMEOUT(furthest() >= 500, 10000);
+    QVERIFY(player.positionSlider()->isEnabled());
+    QVERIFY(player.positionSlider()->maximum() >= 1000);
+    QTRY_VERIFY(player.positionSlider()->value() > 0);
+    QCOMPARE(player.player()->hasVideo(), video);
+    auto* pages = player.findChild<QStackedWidget*>();
+    QVERIFY(pages);
+    QCOMPARE(qobject_cast<QVideoWidget*>(pages->currentWidget()) != nullptr, video);
+    QCOMPARE(player.errorText(), QString());
 }
 
 void TestPlayer::audioShowsItsArtwork() {
@@ -58,11 +145,15 @@ void TestPlayer::audioShowsItsArtwork() {
     player.show();
     QVERIFY(loaded.wait(5000) || loaded.size() == 1);
     QCOMPARE(player.artwork().size(), QSize(64, 64));
-    QCOMPARE(player.player()->source(), QUrl::fromLocalFile(fixture("id3v24.mp3")));
-    QCOMPARE(player.player()->playbackState(), QMediaPlayer::StoppedState);
+    QCOMPARE(player.player() != nullptr, PlaybackSupport::isAvailable());
+    if (player.player()) {
+        QCOMPARE(player.player()->source(), QUrl::fromLocalFile(fixture("id3v24.mp3")));
+        QCOMPARE(player.player()->playbackState(), QMediaPlayer::StoppedState);
+    }
 }
 
 void TestPlayer::startsByItselfAndPauses() {
+    SKIP_WITHOUT_PLAYBACK();
     PlayerWindow player(fixture("tags.ogg"));
     player.resize(320, 480);
     player.show();
@@ -78,6 +169,7 @@ void TestPlayer::startsByItselfAndPauses() {
 }
 
 void TestPlayer::videoShowsItsPicture() {
+    SKIP_WITHOUT_PLAYBACK();
     PlayerWindow player(fixture("video.m4v"));
     player.setShouldAutoplay(false);
     player.resize(320, 480);
@@ -101,6 +193,70 @@ void TestPlayer::closeDismissesThePresentedPlayer() {
     QCOMPARE(closed.size(), 1);
     QTRY_VERIFY(player.isNull() || !player->isVisible());
     QCOMPARE(window->presentedViewController(), nullptr);
+}
+
+// This test program runs again in a child process whose GStreamer sees only the given plugin
+// folders, with a registry of its own: it must finish and pass, and playing must be possible
+// exactly when usable plugins are there.
+void TestPlayer::brokenPluginsNeverBringTheProcessDown_data() {
+    QTest::addColumn<QStringList>("plugins");   // files put into the plugin folder
+    QTest::addColumn<bool>("installedPlugins"); // the machine's own plugins stay visible
+    const QString noise = s("libgstnoise.so");
+    const QString crashing = s("libgstcrashinit.so");
+    QTest::newRow("no plugins") << QStringList() << false;
+    QTest::newRow("random bytes named as a plugin") << QStringList{noise} << false;
+    QTest::newRow("a plugin whose init crashes") << QStringList{crashing} << false;
+    QTest::newRow("broken plugins beside the installed ones")
+        << QStringList{noise, crashing} << true;
+}
+
+void TestPlayer::brokenPluginsNeverBringTheProcessDown() {
+    QFETCH(QStringList, plugins);
+    QFETCH(bool, installedPlugins);
+
+    QTemporaryDir dir;
+    QVERIFY(dir.isValid());
+    const QString pluginFolder = dir.filePath(s("plugins"));
+    QVERIFY(QDir().mkpath(pluginFolder));
+    for (const QString& name : plugins) {
+        const QString target = pluginFolder + QLatin1Char('/') + name;
+        if (name == QLatin1String("libgstcrashinit.so")) {
+            QVERIFY(QFile::copy(QStringLiteral(TOLVANE_CRASHING_GST_PLUGIN), target));
+        } else {
+            QByteArray bytes(16 * 1024, '\0');
+            QRandomGenerator random(20240611);
+            for (char& byte : bytes)
+                byte = char(random.bounded(256));
+            QVERIFY(test::writeFile(target, bytes));
+        }
+    }
+
+    QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
+    if (!installedPlugins)
+        env.insert(s("GST_PLUGIN_SYSTEM_PATH_1_0"), pluginFolder);
+    env.insert(s("GST_PLUGIN_PATH_1_0"), pluginFolder);
+    env.insert(s("GST_REGISTRY_1_0"), dir.filePath(s("registry.bin")));
+    env.insert(s("QT_QPA_PLATFORM"), s("offscreen"));
+
+    QProcess child;
+    child.setProcessEnvironment(env);
+    child.setProcessChannelMode(QProcess::MergedChannels);
+    child.start(
+        QCoreApplication::applicationFilePath(),
+        {s("noPlayerWithoutPlayback"), s("playsAndTheClockRuns"), s("fileThatCannotPlaySaysSo")});
+    QVERIFY(child.waitForStarted());
+    QVERIFY2(child.waitForFinished(50000), "the child did not finish");
+    const QString output = QString::fromUtf8(child.readAll());
+    QVERIFY2(child.exitStatus() == QProcess::NormalExit, qPrintable(output));
+    QVERIFY2(child.exitCode() == 0, qPrintable(output));
+
+    // Playing works in the child exactly when it sees usable plugins, as it does here.
+    const bool playable = installedPlugins && PlaybackSupport::isAvailable();
+    const QString noPlayer = s("TestPlayer::noPlayerWithoutPlayback()");
+    QVERIFY2(output.contains((playable ? s("SKIP   : ") : s("PASS   : ")) + noPlayer),
+             qPrintable(output));
+    if (!playable)
+        QVERIFY2(output.contains(s("media cannot be played: ")), qPrintable(output));
 }
 
 QTEST_MAIN(TestPlayer)
