@@ -12,12 +12,13 @@ namespace {
 
 Q_LOGGING_CATEGORY(lcPlayback, "tolvane.playback")
 
-// What Qt Multimedia 6.4's GStreamer player makes when it is created and when it opens a file:
-// the source and decoder, the stream selectors, and the audio and video branches with their
-// sink. Without any one of them the player is made from a null element.
-constexpr const char* gstreamerElementNames[] = {
-    "playbin",    "uridecodebin", "input-selector", "queue",  "identity",     "videoconvert",
-    "videoscale", "audioconvert", "audioresample",  "volume", "autoaudiosink"};
+// What Qt Multimedia 6.4's GStreamer player is built from. Without the first two (GStreamer's
+// playback plugin) the player is made from a null element and the process crashes; without any
+// of the others every file fails, or plays without its sound or without its picture. A machine
+// without sound still has autoaudiosink: it then plays into a sink that keeps time silently.
+constexpr const char* gstreamerElementNames[] = {"playbin",      "uridecodebin", "input-selector",
+                                                 "queue",        "audioconvert", "autoaudiosink",
+                                                 "videoconvert", "videoscale"};
 
 Status checkGStreamer() {
     GError* error = nullptr;
