@@ -109,6 +109,7 @@ void TestPlayer::playsAndTheClockRuns_data() {
     QTest::addColumn<QString>("path");
     QTest::addColumn<bool>("video");
     QTest::newRow("MP3") << fixture("id3v24.mp3") << false;
+    QTest::newRow("MP4, H.264 and AAC") << fixture("clip.mp4") << true;
 }
 
 void TestPlayer::playsAndTheClockRuns() {
