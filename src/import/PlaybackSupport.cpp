@@ -1,8 +1,15 @@
 #include "PlaybackSupport.h"
 
-#include <QByteArray>
+#include <QAudioDevice>
+#include <QCoreApplication>
+#include <QDir>
+#include <QJsonArray>
+#include <QJsonObject>
+#include <QLibrary>
 #include <QLoggingCategory>
+#include <QMediaDevices>
 #include <QMediaFormat>
+#include <QPluginLoader>
 
 #include <gst/gst.h>
 
@@ -41,9 +48,36 @@ Status checkGStreamer() {
             gst_object_unref(factory);
     }
     if (!missing.isEmpty())
-        return Failure(QStringLiteral("GStreamer has no %1 element (install its plugins)")
+        return Failure(QStringLiteral("GStreamer lacks the elements %1 (install its base and "
+                                      "good plugins)")
                            .arg(missing.join(QStringLiteral(", "))));
     return {};
+}
+
+// Whether Qt Multimedia has the back end of that name among its plugins. Asking Qt itself for
+// a back end it cannot load ends the process (Qt 6.4 then falls back to a stand-in that aborts
+// when asked for formats), so the plugins' own descriptions are read here, without loading them.
+bool hasQtBackend(const QString& name) {
+    for (const QString& folder : QCoreApplication::libraryPaths()) {
+        const QDir plugins(folder + QStringLiteral("/multimedia"));
+        for (const QFileInfo& file : plugins.entryInfoList(QDir::Files)) {
+            if (!QLibrary::isLibrary(file.filePath()))
+                continue;
+            const QJsonObject description = QPluginLoader(file.filePath()).metaData();
+            if (description.value(QLatin1String("IID")).toString() !=
+                QLatin1String("org.qt-project.Qt.QPlatformMediaPlugin"))
+                continue;
+            const QJsonArray keys = description.value(QLatin1String("MetaData"))
+                                        .toObject()
+                                        .value(QLatin1String("Keys"))
+                                        .toArray();
+            for (const QJsonValue& key : keys) {
+                if (key.toString() == name)
+                    return true;
+            }
+        }
+    }
+    return false;
 }
 
 Status checkQtMultimedia() {
@@ -54,27 +88,40 @@ Status checkQtMultimedia() {
 }
 
 Status check() {
+    const QString backend = PlaybackSupport::backendName();
+    if (!hasQtBackend(backend))
+        return Failure(QStringLiteral("Qt Multimedia has no %1 back end").arg(backend));
     // Qt's back end is asked only once GStreamer is known to be whole: asking it loads the back
     // end, which starts GStreamer on its own.
-    if (PlaybackSupport::backendName() == QLatin1String("gstreamer")) {
+    if (backend == QLatin1String("gstreamer")) {
         if (Status gstreamer = checkGStreamer(); !gstreamer)
             return gstreamer;
     }
+    // Qt 6.4's ffmpeg back end writes its sound into a device that is not there and crashes
+    // when the machine has no audio output (GStreamer keeps time in a silent sink instead).
+    if (backend == QLatin1String("ffmpeg") && QMediaDevices::audioOutputs().isEmpty())
+        return Failure(QStringLiteral("the ffmpeg media back end cannot play without an audio "
+                                      "output device"));
     return checkQtMultimedia();
 }
 
 } // namespace
 
+// Taken as Qt takes it: the name as it is written, case and all, else Qt Multimedia 6.4's own
+// choice for the platform.
 QString PlaybackSupport::backendName() {
-    const QByteArray named = qgetenv("QT_MEDIA_BACKEND").trimmed().toLower();
-    return named.isEmpty() ? QStringLiteral("gstreamer") : QString::fromLatin1(named);
-}
-
-QStringList PlaybackSupport::gstreamerElements() {
-    QStringList names;
-    for (const char* name : gstreamerElementNames)
-        names.append(QString::fromLatin1(name));
-    return names;
+    const QString named = qEnvironmentVariable("QT_MEDIA_BACKEND");
+    if (!named.isEmpty())
+        return named;
+#if defined(Q_OS_DARWIN)
+    return QStringLiteral("darwin");
+#elif defined(Q_OS_WIN)
+    return QStringLiteral("windows");
+#elif defined(Q_OS_ANDROID)
+    return QStringLiteral("android");
+#else
+    return QStringLiteral("gstreamer");
+#endif
 }
 
 const Status& PlaybackSupport::status() {

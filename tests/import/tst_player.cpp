@@ -43,6 +43,9 @@ public:
     // Which of the machine's GStreamer plugins a child process sees.
     enum class Installed { None, AllButPlayback, Machine };
     Q_ENUM(Installed)
+    // Whether a child process must play: never, exactly when this process can, or either.
+    enum class Playable { No, AsHere, Either };
+    Q_ENUM(Playable)
 
 private Q_SLOTS:
     void fileThatCannotPlaySaysSo_data();
@@ -54,8 +57,8 @@ private Q_SLOTS:
     void startsByItselfAndPauses();
     void videoShowsItsPicture();
     void closeDismissesThePresentedPlayer();
-    void brokenPluginsNeverBringTheProcessDown_data();
-    void brokenPluginsNeverBringTheProcessDown();
+    void staysUpWithoutUsablePlayback_data();
+    void staysUpWithoutUsablePlayback();
 };
 
 void TestPlayer::fileThatCannotPlaySaysSo_data() {
@@ -82,8 +85,8 @@ void TestPlayer::fileThatCannotPlaySaysSo() {
 // makes no player at all, and says so for a file it could otherwise play.
 void TestPlayer::noPlayerWithoutPlayback() {
     if (PlaybackSupport::isAvailable())
-        QSKIP("media can be played here; brokenPluginsNeverBringTheProcessDown runs this test "
-              "in a process without GStreamer plugins");
+        QSKIP("media can be played here; staysUpWithoutUsablePlayback runs this test in "
+              "processes that cannot play");
     PlayerWindow player(fixture("id3v24.mp3"));
     player.resize(320, 480);
     player.show();
@@ -202,27 +205,41 @@ void TestPlayer::closeDismissesThePresentedPlayer() {
 }
 
 // This test program runs again in a child process whose GStreamer sees only the plugins given
-// here, with a registry of its own: it must finish and pass, and it must play media exactly when
-// it has usable plugins.
-void TestPlayer::brokenPluginsNeverBringTheProcessDown_data() {
+// here, with a registry of its own, or whose Qt Multimedia is told to use another back end: it
+// must finish and pass, and it must make no player where media cannot be played.
+void TestPlayer::staysUpWithoutUsablePlayback_data() {
     QTest::addColumn<Installed>("installed");
     QTest::addColumn<QStringList>("broken"); // broken plugin files in the child's plugin path
+    QTest::addColumn<QString>("backend");    // QT_MEDIA_BACKEND; empty: not set
+    QTest::addColumn<Playable>("playable");
     const QString noise = s("libgstnoise.so");
     const QString crashing = s("libgstcrashinit.so");
-    QTest::newRow("no plugins") << Installed::None << QStringList();
-    QTest::newRow("random bytes named as a plugin") << Installed::None << QStringList{noise};
-    QTest::newRow("a plugin whose init crashes") << Installed::None << QStringList{crashing};
+    QTest::newRow("no plugins") << Installed::None << QStringList() << QString() << Playable::No;
+    QTest::newRow("random bytes named as a plugin")
+        << Installed::None << QStringList{noise} << QString() << Playable::No;
+    QTest::newRow("a plugin whose init crashes")
+        << Installed::None << QStringList{crashing} << QString() << Playable::No;
     // Decoders and sinks are there, so Qt Multimedia lists formats it could decode, but the
     // elements its player is built from are not.
     QTest::newRow("every plugin but the playback plugin")
-        << Installed::AllButPlayback << QStringList();
+        << Installed::AllButPlayback << QStringList() << QString() << Playable::No;
+    // As here, when this process too uses the platform's own back end.
     QTest::newRow("broken plugins beside the machine's own")
-        << Installed::Machine << QStringList{noise, crashing};
+        << Installed::Machine << QStringList{noise, crashing} << QString() << Playable::AsHere;
+    QTest::newRow("a back end Qt does not have")
+        << Installed::Machine << QStringList() << s("none-such") << Playable::No;
+    QTest::newRow("a back end named in the wrong case")
+        << Installed::Machine << QStringList() << s("GStreamer") << Playable::No;
+    // Not held to GStreamer's plugins: whether it plays depends on the machine's sound.
+    QTest::newRow("ffmpeg without GStreamer plugins")
+        << Installed::None << QStringList() << s("ffmpeg") << Playable::Either;
 }
 
-void TestPlayer::brokenPluginsNeverBringTheProcessDown() {
+void TestPlayer::staysUpWithoutUsablePlayback() {
     QFETCH(Installed, installed);
     QFETCH(QStringList, broken);
+    QFETCH(QString, backend);
+    QFETCH(Playable, playable);
 
     QTemporaryDir dir;
     QVERIFY(dir.isValid());
@@ -256,26 +273,34 @@ void TestPlayer::brokenPluginsNeverBringTheProcessDown() {
     env.insert(s("GST_PLUGIN_PATH_1_0"), pluginFolder);
     env.insert(s("GST_REGISTRY_1_0"), dir.filePath(s("registry.bin")));
     env.insert(s("QT_QPA_PLATFORM"), s("offscreen"));
-    env.remove(s("QT_MEDIA_BACKEND"));
+    if (backend.isEmpty())
+        env.remove(s("QT_MEDIA_BACKEND"));
+    else
+        env.insert(s("QT_MEDIA_BACKEND"), backend);
 
+    // Playing itself is left out where it is not known whether the child can play.
+    QStringList functions{s("noPlayerWithoutPlayback"), s("fileThatCannotPlaySaysSo")};
+    if (playable != Playable::Either)
+        functions.append(s("playsAndTheClockRuns"));
     QProcess child;
     child.setProcessEnvironment(env);
     child.setProcessChannelMode(QProcess::MergedChannels);
-    child.start(
-        QCoreApplication::applicationFilePath(),
-        {s("noPlayerWithoutPlayback"), s("playsAndTheClockRuns"), s("fileThatCannotPlaySaysSo")});
+    child.start(QCoreApplication::applicationFilePath(), functions);
     QVERIFY(child.waitForStarted());
     QVERIFY2(child.waitForFinished(50000), "the child did not finish");
     const QString output = QString::fromUtf8(child.readAll());
     QVERIFY2(child.exitStatus() == QProcess::NormalExit, qPrintable(output));
     QVERIFY2(child.exitCode() == 0, qPrintable(output));
 
-    // The machine's own plugins play here exactly when they play in this process.
-    const bool playable = installed == Installed::Machine && PlaybackSupport::isAvailable();
     const QString noPlayer = s("TestPlayer::noPlayerWithoutPlayback()");
-    QVERIFY2(output.contains((playable ? s("SKIP   : ") : s("PASS   : ")) + noPlayer),
-             qPrintable(output));
-    if (!playable)
+    const bool madeNoPlayer = output.contains(s("PASS   : ") + noPlayer);
+    QVERIFY2(madeNoPlayer || output.contains(s("SKIP   : ") + noPlayer), qPrintable(output));
+    if (playable == Playable::No)
+        QVERIFY2(madeNoPlayer, qPrintable(output));
+    else if (playable == Playable::AsHere && qEnvironmentVariableIsEmpty("QT_MEDIA_BACKEND"))
+        QCOMPARE(madeNoPlayer, !PlaybackSupport::isAvailable());
+    // Whenever the child cannot play, it says why.
+    if (madeNoPlayer)
         QVERIFY2(output.contains(s("media cannot be played: ")), qPrintable(output));
 }
 
