@@ -14,6 +14,8 @@
 #include <QTemporaryDir>
 #include <QTest>
 #include <QToolButton>
+#include <QVideoFrame>
+#include <QVideoSink>
 #include <QVideoWidget>
 
 #include <memory>
@@ -53,6 +55,7 @@ private Q_SLOTS:
     void noPlayerWithoutPlayback();
     void playsAndTheClockRuns_data();
     void playsAndTheClockRuns();
+    void framesOfTheClipReachTheVideoWidget();
     void audioShowsItsArtwork();
     void startsByItselfAndPauses();
     void videoShowsItsPicture();
@@ -144,6 +147,39 @@ void TestPlayer::playsAndTheClockRuns() {
     QVERIFY(pages);
     QCOMPARE(qobject_cast<QVideoWidget*>(pages->currentWidget()) != nullptr, video);
     QCOMPARE(player.errorText(), QString());
+}
+
+// The decoded picture itself reaches the window's video widget: the clip's ground, its bar and
+// its sliding box, where the frame's time puts the box.
+void TestPlayer::framesOfTheClipReachTheVideoWidget() {
+    SKIP_WITHOUT_PLAYBACK();
+    PlayerWindow player(fixture("clip.mp4"));
+    player.resize(320, 480);
+    player.show();
+    auto* video = player.findChild<QVideoWidget*>();
+    QVERIFY(video);
+    QVideoFrame shown;
+    // Frames come from the decoder's thread; they are taken on this one, and no longer once
+    // this test is over.
+    QObject receiver;
+    connect(video->videoSink(), &QVideoSink::videoFrameChanged, &receiver,
+            [&shown](const QVideoFrame& frame) { shown = frame; });
+    QTRY_VERIFY_WITH_TIMEOUT(shown.isValid() && shown.startTime() >= 1000000, 10000);
+    const QVideoFrame frame = shown;
+    const QImage image = frame.toImage();
+    QCOMPARE(image.size(), QSize(160, 90));
+    const auto near = [&image](int x, int y, QRgb expected) {
+        const QColor seen = image.pixelColor(x, y);
+        const QColor wanted(expected);
+        return qAbs(seen.red() - wanted.red()) <= 24 && qAbs(seen.green() - wanted.green()) <= 24 &&
+               qAbs(seen.blue() - wanted.blue()) <= 24;
+    };
+    const int boxLeft = 8 + int(frame.startTime() * 40 / 1000000);
+    QVERIFY2(near(2, 4, 0x264653), "the ground");
+    QVERIFY2(near(80, 77, 0xe76f51), "the bar");
+    QVERIFY2(near(boxLeft + 16, 36, 0xe9c46a),
+             qPrintable(QStringLiteral("the box at x=%1").arg(boxLeft)));
+    QVERIFY2(near(boxLeft - 6, 36, 0x264653), "the ground left of the box");
 }
 
 void TestPlayer::audioShowsItsArtwork() {
