@@ -60,6 +60,8 @@ private Q_SLOTS:
     void startsByItselfAndPauses();
     void videoShowsItsPicture();
     void closeDismissesThePresentedPlayer();
+    void controlsReadOnBlack_data();
+    void controlsReadOnBlack();
     void staysUpWithoutUsablePlayback_data();
     void staysUpWithoutUsablePlayback();
 };
@@ -238,6 +240,38 @@ void TestPlayer::closeDismissesThePresentedPlayer() {
     QCOMPARE(closed.size(), 1);
     QTRY_VERIFY(player.isNull() || !player->isVisible());
     QCOMPARE(window->presentedViewController(), nullptr);
+}
+
+void TestPlayer::controlsReadOnBlack_data() {
+    QTest::addColumn<QString>("control");
+    QTest::newRow("Close") << s("close");
+    QTest::newRow("the clock") << s("clock");
+}
+
+// The window is black; what it writes on it is drawn light.
+void TestPlayer::controlsReadOnBlack() {
+    QFETCH(QString, control);
+    PlayerWindow player(fixture("id3v23.mp3"));
+    player.setShouldAutoplay(false);
+    player.resize(320, 480);
+    player.show();
+    QVERIFY(QTest::qWaitForWindowExposed(&player));
+    QWidget* shown = player.closeButton();
+    if (control == QLatin1String("clock")) {
+        const QList<QLabel*> labels = player.findChildren<QLabel*>();
+        const auto clock = std::find_if(labels.begin(), labels.end(), [](QLabel* label) {
+            return label->text() == QLatin1String("0:00");
+        });
+        QVERIFY(clock != labels.end());
+        shown = *clock;
+    }
+    const QImage image = player.grab(shown->geometry()).toImage();
+    int light = 0;
+    for (int y = 0; y < image.height(); ++y) {
+        for (int x = 0; x < image.width(); ++x)
+            light += QColor(image.pixel(x, y)).lightness() > 160 ? 1 : 0;
+    }
+    QVERIFY2(light >= 10, qPrintable(QStringLiteral("%1 light pixels").arg(light)));
 }
 
 // This test program runs again in a child process whose GStreamer sees only the plugins given

@@ -49,6 +49,7 @@ PlayerWindow::PlayerWindow(const QString& path, QWidget* parent)
     QPalette dark = palette();
     dark.setColor(QPalette::Window, Qt::black);
     dark.setColor(QPalette::WindowText, Qt::white);
+    dark.setColor(QPalette::ButtonText, Qt::white);
     setPalette(dark);
 
     m_artwork->setAlignment(Qt::AlignCenter);
