@@ -8,6 +8,7 @@
 #include "browser/ui/PickerCell.h"
 #include "browser/ui/PickerListView.h"
 #include "browser/ui/PreviewController.h"
+#include "import/PlaybackSupport.h"
 #include "import/ui/PlayerWindow.h"
 #include "platform/Device.h"
 #include "platform/Paths.h"
@@ -15,10 +16,12 @@
 #include "platform/ui/NavigationItem.h"
 
 #include <QAbstractButton>
+#include <QMediaPlayer>
 #include <QPointer>
 #include <QPushButton>
 #include <QTemporaryDir>
 #include <QTest>
+#include <QToolButton>
 
 #include <memory>
 
@@ -76,6 +79,7 @@ private Q_SLOTS:
     void rowsAreDrawnOnTheirGround();
     void fromTheRootToAFileAndPlay();
     void previewOfATextFile();
+    void previewOfAudioPlaysOrSaysItCannot();
     void deleteFromTheSheetRebuildsTheList();
     void swipeAndRightClickDelete();
     void openInWithoutApplicationsSaysSo();
@@ -236,6 +240,10 @@ void TestPicker::fromTheRootToAFileAndPlay() {
     auto* player = qobject_cast<PlayerWindow*>(picker->presentedViewController());
     QCOMPARE(player->path(), m_downloads + QStringLiteral("/Music/song.mp3"));
     QVERIFY(player->isVisible());
+    // Where media cannot be played, the player says so instead of making a player.
+    QCOMPARE(player->player() != nullptr, PlaybackSupport::isAvailable());
+    if (!PlaybackSupport::isAvailable())
+        QCOMPARE(player->errorText(), PlayerWindow::cannotPlayText());
     QVERIFY(!music->runningActivity()->isFinished());
 }
 
@@ -255,6 +263,26 @@ void TestPicker::previewOfATextFile() {
              QUrl::fromLocalFile(m_downloads + QStringLiteral("/Music/notes.txt")));
     QTest::mouseClick(static_cast<QAbstractButton*>(preview->doneButton()), Qt::LeftButton);
     QTRY_COMPARE(picker->presentedViewController(), nullptr);
+}
+
+void TestPicker::previewOfAudioPlaysOrSaysItCannot() {
+    PreviewController preview(
+        QUrl::fromLocalFile(m_downloads + QStringLiteral("/Music/tagged.mp3")));
+    preview.resize(375, 667);
+    preview.show();
+    QCOMPARE(preview.kind(), PreviewController::Kind::Media);
+    PlayerWindow* player = preview.player();
+    QVERIFY(player);
+    QVERIFY(player->isVisible());
+    QVERIFY(!player->closeButton()->isVisible());
+    if (!PlaybackSupport::isAvailable()) {
+        QCOMPARE(player->player(), nullptr);
+        QCOMPARE(player->errorText(), PlayerWindow::cannotPlayText());
+        return;
+    }
+    QVERIFY(player->player());
+    QTRY_COMPARE_WITH_TIMEOUT(player->player()->playbackState(), QMediaPlayer::PlayingState, 10000);
+    QCOMPARE(player->errorText(), QString());
 }
 
 void TestPicker::deleteFromTheSheetRebuildsTheList() {

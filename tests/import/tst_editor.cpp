@@ -4,6 +4,7 @@
 #include "import/ImportSubmission.h"
 #include "import/MediaKinds.h"
 #include "import/MediaLibraryImportService.h"
+#include "import/PlaybackSupport.h"
 #include "import/ui/EditableImportTableViewCell.h"
 #include "import/ui/ImportSelectCell.h"
 #include "import/ui/ImportTextField.h"
@@ -651,6 +652,7 @@ void TestEditor::previewMedia() {
     QCOMPARE(player->path(), m_plain);
     QVERIFY(player->shouldAutoplay());
     QTRY_VERIFY(player->isVisible());
+    QCOMPARE(player->player() != nullptr, PlaybackSupport::isAvailable());
     QVERIFY(rowCell(editor, 2, 0)->isSelected());
 
     player->closePlayer();

@@ -2,6 +2,7 @@
 
 #include "imaging/ImageDecoder.h"
 #include "import/MetadataReader.h"
+#include "import/PlaybackSupport.h"
 #include "platform/Localisation.h"
 
 #include <QAudioOutput>
@@ -38,10 +39,7 @@ QString PlayerWindow::cannotPlayText() {
 PlayerWindow::PlayerWindow(const QString& path, QWidget* parent)
     : Screen(parent)
     , m_path(path)
-    , m_player(new QMediaPlayer(this))
-    , m_audio(new QAudioOutput(this))
     , m_pages(new QStackedWidget(this))
-    , m_video(new QVideoWidget(m_pages))
     , m_artwork(new QLabel(m_pages))
     , m_error(new QLabel(m_pages))
     , m_playPause(new QToolButton(this))
@@ -52,6 +50,7 @@ PlayerWindow::PlayerWindow(const QString& path, QWidget* parent)
     QPalette dark = palette();
     dark.setColor(QPalette::Window, Qt::black);
     dark.setColor(QPalette::WindowText, Qt::white);
+    dark.setColor(QPalette::ButtonText, Qt::white);
     setPalette(dark);
 
     m_artwork->setAlignment(Qt::AlignCenter);
@@ -60,7 +59,6 @@ PlayerWindow::PlayerWindow(const QString& path, QWidget* parent)
     m_error->setAlignment(Qt::AlignCenter);
     m_error->setWordWrap(true);
     m_pages->addWidget(m_artwork);
-    m_pages->addWidget(m_video);
     m_pages->addWidget(m_error);
 
     m_playPause->setIcon(style()->standardIcon(QStyle::SP_MediaPlay));
@@ -81,16 +79,46 @@ PlayerWindow::PlayerWindow(const QString& path, QWidget* parent)
     column->addWidget(m_pages, 1);
     column->addLayout(controls);
 
-    m_player->setAudioOutput(m_audio);
-    m_player->setVideoOutput(m_video);
-
     connect(m_playPause, &QToolButton::clicked, this, [this] {
-        if (m_player->playbackState() == QMediaPlayer::PlayingState)
+        if (m_player && m_player->playbackState() == QMediaPlayer::PlayingState)
             pause();
         else
             play();
     });
     connect(m_close, &QToolButton::clicked, this, &PlayerWindow::closePlayer);
+
+    if (!QFileInfo(path).isFile()) {
+        showError();
+        return;
+    }
+    readArtwork();
+    if (!PlaybackSupport::isAvailable()) {
+        showError();
+        return;
+    }
+    makePlayer();
+    m_player->setSource(QUrl::fromLocalFile(path));
+    // Started from the event loop, so that a caller may still turn autoplay off.
+    QTimer::singleShot(0, this, [this] {
+        if (m_shouldAutoplay && !m_failed)
+            play();
+    });
+}
+
+PlayerWindow::~PlayerWindow() {
+    if (m_player)
+        m_player->stop();
+}
+
+void PlayerWindow::makePlayer() {
+    // The video widget asks the media back end for its sink, so it is made with the player.
+    m_player = new QMediaPlayer(this);
+    m_audio = new QAudioOutput(this);
+    m_video = new QVideoWidget(m_pages);
+    m_pages->insertWidget(1, m_video);
+    m_player->setAudioOutput(m_audio);
+    m_player->setVideoOutput(m_video);
+
     connect(m_slider, &QSlider::sliderMoved, m_player, &QMediaPlayer::setPosition);
     connect(m_player, &QMediaPlayer::durationChanged, this, [this](qint64 duration) {
         m_slider->setRange(0, int(qMin<qint64>(duration, INT_MAX)));
@@ -111,22 +139,6 @@ PlayerWindow::PlayerWindow(const QString& path, QWidget* parent)
         if (s == QMediaPlayer::InvalidMedia)
             showError();
     });
-
-    if (!QFileInfo(path).isFile()) {
-        showError();
-        return;
-    }
-    readArtwork();
-    m_player->setSource(QUrl::fromLocalFile(path));
-    // Started from the event loop, so that a caller may still turn autoplay off.
-    QTimer::singleShot(0, this, [this] {
-        if (m_shouldAutoplay && !m_failed)
-            play();
-    });
-}
-
-PlayerWindow::~PlayerWindow() {
-    m_player->stop();
 }
 
 QString PlayerWindow::errorText() const {
@@ -138,16 +150,18 @@ QPixmap PlayerWindow::artwork() const {
 }
 
 void PlayerWindow::play() {
-    if (!m_failed)
+    if (m_player && !m_failed)
         m_player->play();
 }
 
 void PlayerWindow::pause() {
-    m_player->pause();
+    if (m_player)
+        m_player->pause();
 }
 
 void PlayerWindow::closePlayer() {
-    m_player->stop();
+    if (m_player)
+        m_player->stop();
     Q_EMIT closed();
     if (presentingViewController())
         dismissViewControllerAnimated(true);
@@ -159,7 +173,8 @@ void PlayerWindow::showError() {
     if (m_failed)
         return;
     m_failed = true;
-    m_player->stop();
+    if (m_player)
+        m_player->stop();
     m_error->setText(cannotPlayText());
     m_pages->setCurrentWidget(m_error);
     m_slider->setEnabled(false);
@@ -167,7 +182,7 @@ void PlayerWindow::showError() {
 }
 
 void PlayerWindow::updateControls() {
-    const bool playing = m_player->playbackState() == QMediaPlayer::PlayingState;
+    const bool playing = m_player && m_player->playbackState() == QMediaPlayer::PlayingState;
     m_playPause->setIcon(
         style()->standardIcon(playing ? QStyle::SP_MediaPause : QStyle::SP_MediaPlay));
     m_playPause->setToolTip(playing ? localized("Pause") : localized("Play"));

@@ -17,7 +17,8 @@ namespace tolvane {
 // Plays one media file: a video with its picture, an audio file with the artwork read from its
 // tags (or its name when it has none), under play/pause, a position slider and Close. Playing
 // starts by itself once the window is made. A file that cannot be played says so in the window
-// instead. Close dismisses the window when it was presented, else closes it.
+// instead, and so does every file when this process cannot play media at all (PlaybackSupport):
+// then no player is made. Close dismisses the window when it was presented, else closes it.
 class PlayerWindow : public Screen {
     Q_OBJECT
 public:
@@ -33,6 +34,7 @@ public:
     QString errorText() const;
     static QString cannotPlayText();
 
+    // Null when no player was made: the path is not a file, or media cannot be played here.
     QMediaPlayer* player() const { return m_player; }
     QToolButton* playPauseButton() const { return m_playPause; }
     QToolButton* closeButton() const { return m_close; }
@@ -50,6 +52,7 @@ Q_SIGNALS:
     void closed();
 
 private:
+    void makePlayer();
     void showError();
     void updateControls();
     void readArtwork();
@@ -57,10 +60,10 @@ private:
     QString m_path;
     bool m_shouldAutoplay = true;
     bool m_failed = false;
-    QMediaPlayer* m_player;
-    QAudioOutput* m_audio;
+    QMediaPlayer* m_player = nullptr;
+    QAudioOutput* m_audio = nullptr;
     QStackedWidget* m_pages;
-    QVideoWidget* m_video;
+    QVideoWidget* m_video = nullptr;
     QLabel* m_artwork;
     QLabel* m_error;
     QToolButton* m_playPause;
