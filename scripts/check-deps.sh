@@ -123,7 +123,8 @@ dpkg-query -W -f='${Package}\t${db:Status-Abbrev}\t${Essential}\t${Priority}\t${
             }
         }
     }
-    substr($2, 2, 1) == "i" {
+    # Installed, or installed with triggers still to run.
+    substr($2, 2, 1) ~ /[iWt]/ {
         p = $1
         installed[p] = 1
         if ($3 == "yes" || $4 == "required") base[p] = 1
@@ -398,6 +399,20 @@ check_gstreamer_elements() {
             "cannot be looked up, as gst-inspect-1.0 (Debian: gstreamer1.0-tools) is not installed"
         return
     fi
+    # Each element's plugin, from the registry's list of features ("plugin:  element: what"),
+    # and the file of each plugin that has a listed element.
+    local -A plugin_of file_of
+    local name file
+    while IFS=: read -r plugin element _; do
+        plugin_of[${element//[[:space:]]/}]="$plugin"
+    done < <(gst-inspect-1.0 2>/dev/null | grep -E '^[^ :]+:  [^ :]+: ')
+    while read -r element; do
+        plugin="${plugin_of[$element]:-}"
+        if [ -z "$plugin" ] || [ -n "${file_of[$plugin]:-}" ]; then continue; fi
+        while read -r name file; do
+            [ "$name" != Filename ] || file_of[$plugin]="$file"
+        done < <(gst-inspect-1.0 "$plugin" 2>/dev/null)
+    done < <(sed 's/#.*//' "$elements_file" | tr '|' '\n' | awk 'NF { print $1 }')
     while IFS= read -r line; do
         line="${line%%#*}"
         [[ "$line" =~ [^[:space:]] ]] || continue
@@ -406,7 +421,8 @@ check_gstreamer_elements() {
         for element in "${alternatives[@]}"; do
             element="${element//[[:space:]]/}"
             what="GStreamer element $element (scripts/gstreamer-elements.txt)"
-            plugin="$(gst-inspect-1.0 "$element" 2>/dev/null | awk '$1 == "Filename" { print $2; exit }' || true)"
+            plugin="${plugin_of[$element]:-}"
+            plugin="${plugin:+${file_of[$plugin]:-}}"
             if [ -n "$plugin" ]; then
                 need "gst:$group" "$what" "$plugin"
             else
@@ -538,6 +554,7 @@ awk -F '\t' -v list="$install_deps_name" -v scope="$scope" -v verbose="$verbose"
     {
         group = $1; what = $2; path = $3
         ++count
+        if (!(group in groups)) groupOrder[++ngroups] = group
         groups[group] = 1
         a = owned(normal[path]); b = owned(resolved[path])
         fault = ""
@@ -558,7 +575,8 @@ awk -F '\t' -v list="$install_deps_name" -v scope="$scope" -v verbose="$verbose"
     }
     END {
         bad = 0
-        for (group in groups) {
+        for (g = 1; g <= ngroups; g++) {
+            group = groupOrder[g]
             if (group in good) continue
             n = split(faults[group], lines, "\n")
             for (i = 1; i < n; i++) {
