@@ -8,6 +8,7 @@ packages=(
     libtag1-dev libplist-dev libicu-dev libglib2.0-dev libsqlite3-dev
     libbenchmark-dev clang-format
     xvfb xauth
+    gstreamer1.0-plugins-base gstreamer1.0-plugins-good gstreamer1.0-libav gstreamer1.0-tools
 )
 
 missing=()
