@@ -266,7 +266,9 @@ check_cmake_package() {
 
 # check_tool NAME WHY: the command NAME, as PATH finds it, is needed.
 check_tool() {
-    if hash "$1" 2>/dev/null && [ -n "${BASH_CMDS[$1]:-}" ]; then
+    if [[ "$1" == */* ]] && [ -x "$1" ]; then
+        need "tool:$1" "tool $1 ($2)" "$1"
+    elif hash "$1" 2>/dev/null && [ -n "${BASH_CMDS[$1]:-}" ]; then
         need "tool:$1" "tool $1 ($2)" "${BASH_CMDS[$1]}"
     else
         problem "tool $1 ($2)" "not installed here"
