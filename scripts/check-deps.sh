@@ -449,9 +449,13 @@ check_build() {
         return
     fi
 
-    # ldd prints "FILE:" and then "name => path (address)" lines for each file.
-    # (With one file, ldd leaves out the "FILE:" line.)
-    local lib path current="${elves[0]}" line
+    # "FILE:" and then ldd's "name => path (address)" lines for each file, four files at a
+    # time, each into its own file so that the lists do not mix.
+    mkdir "$work/ldd"
+    # shellcheck disable=SC2016 # the sh -c script expands its own arguments
+    printf '%s\0' "${elves[@]}" | xargs -0 -r -P 4 -n 1 sh -c \
+        '{ echo "$1:"; ldd "$1" 2>/dev/null; } >"$(mktemp -p "$0")"' "$work/ldd"
+    local lib path current="" line
     declare -A loaded
     while IFS= read -r line; do
         case "$line" in
@@ -474,7 +478,7 @@ check_build() {
             need "lib:$path" "program loader (of ${current#"$build_dir"/})" "$path"
             ;;
         esac
-    done < <(ldd "${elves[@]}" 2>/dev/null || true)
+    done < <(cat "$work/ldd"/*)
 
     # The compiler CMake used.
     local compiler
