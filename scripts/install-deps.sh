@@ -6,7 +6,7 @@ packages=(
     build-essential cmake ninja-build pkg-config
     qt6-base-dev qt6-svg-dev qt6-multimedia-dev qt6-l10n-tools
     libgstreamer1.0-dev
-    gstreamer1.0-plugins-base gstreamer1.0-plugins-good gstreamer1.0-libav
+    gstreamer1.0-plugins-base gstreamer1.0-plugins-good gstreamer1.0-libav gstreamer1.0-tools
     libtag1-dev libplist-dev libicu-dev libglib2.0-dev libsqlite3-dev
     libbenchmark-dev clang-format
     xvfb xauth

@@ -2,8 +2,11 @@
 
 #include "import/TagLibAsset.h"
 
+#include <QCoreApplication>
 #include <QFile>
 #include <QMutexLocker>
+#include <QPointer>
+#include <QThread>
 
 #include <sys/stat.h>
 
@@ -29,8 +32,16 @@ ExportabilityCache::~ExportabilityCache() {
 }
 
 ExportabilityCache* ExportabilityCache::shared() {
-    static ExportabilityCache* cache = new ExportabilityCache;
-    return cache;
+    static QPointer<ExportabilityCache> instance;
+    if (!instance) {
+        // Owned by the application: it goes when the application does, and its destructor
+        // waits for the checks still running, so no worker outlives it or the application.
+        QCoreApplication* app = QCoreApplication::instance();
+        Q_ASSERT_X(app && QThread::currentThread() == app->thread(), "ExportabilityCache::shared",
+                   "first use on the application's thread");
+        instance = new ExportabilityCache(app);
+    }
+    return instance;
 }
 
 bool ExportabilityCache::isExportable(const QString& path) {

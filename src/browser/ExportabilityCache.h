@@ -25,7 +25,8 @@ public:
     explicit ExportabilityCache(QObject* parent = nullptr);
     ~ExportabilityCache() override;
 
-    // The cache the screens share.
+    // The cache the screens share, owned by the application (made on first use, which must be
+    // on the application's thread once it exists).
     static ExportabilityCache* shared();
 
     // The check itself: the tag library opens the file as audio or video with readable

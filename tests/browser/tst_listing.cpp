@@ -17,9 +17,12 @@
 
 #include <QDate>
 #include <QDir>
+#include <QFile>
+#include <QSemaphore>
 #include <QSignalSpy>
 #include <QTemporaryDir>
 #include <QTest>
+#include <QThread>
 
 #include <dirent.h>
 #include <fcntl.h>
@@ -140,6 +143,7 @@ private Q_SLOTS:
     void saveToVideos();
     void exportabilityOfShownRows();
     void exportabilityIsCachedPerStamp();
+    void exportabilityCacheWaitsForItsChecksWhenItGoes();
     void folderVanishes();
 
 private:
@@ -698,6 +702,36 @@ void TestListing::exportabilityIsCachedPerStamp() {
     QTRY_COMPARE(changed.size(), 2);
     // The unchanged file came from the cache; the rewritten one was checked again.
     QCOMPARE(checks.loadRelaxed(), 4);
+}
+
+void TestListing::exportabilityCacheWaitsForItsChecksWhenItGoes() {
+    QStringList specs;
+    for (int i = 0; i < 20; ++i)
+        specs.append(QStringLiteral("f:file%1.mp3").arg(i));
+    make(m_folder, specs);
+    QSemaphore started;
+    QAtomicInt finished;
+    QAtomicInt answers;
+    {
+        ExportabilityCache cache;
+        cache.setCheck([&started, &finished](const QString&) {
+            started.release();
+            QThread::msleep(100);
+            finished.ref();
+            return true;
+        });
+        QObject::connect(
+            &cache, &ExportabilityCache::answered, &cache, [&answers] { answers.ref(); },
+            Qt::DirectConnection);
+        for (int i = 0; i < 20; ++i)
+            cache.request(QFile::encodeName(m_folder + QStringLiteral("/file%1.mp3").arg(i)));
+        QVERIFY(started.tryAcquire(1, 10000));
+    }
+    // Gone only after the checks under way ended; the waiting requests were dropped.
+    const int ran = started.available() + 1;
+    QCOMPARE(finished.loadAcquire(), ran);
+    QCOMPARE(answers.loadAcquire(), ran);
+    QVERIFY2(ran < 20, qPrintable(QString::number(ran)));
 }
 
 void TestListing::folderVanishes() {
