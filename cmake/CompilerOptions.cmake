@@ -12,3 +12,18 @@ if(TOLVANE_SANITIZE)
                                                      -fno-omit-frame-pointer -fno-sanitize-recover=undefined)
     target_link_options(tolvane_options INTERFACE -fsanitize=address,undefined)
 endif()
+
+# Fuzzing: every library is instrumented for coverage and checked by the sanitizers; only the
+# fuzz targets link the libFuzzer driver (fuzz/CMakeLists.txt).
+if(TOLVANE_BUILD_FUZZERS)
+    if(NOT CMAKE_CXX_COMPILER_ID STREQUAL "Clang")
+        message(FATAL_ERROR "TOLVANE_BUILD_FUZZERS needs clang (-DCMAKE_CXX_COMPILER=clang++)")
+    endif()
+    if(TOLVANE_SANITIZE)
+        message(FATAL_ERROR "TOLVANE_BUILD_FUZZERS already sanitizes; leave TOLVANE_SANITIZE off")
+    endif()
+    target_compile_options(tolvane_options INTERFACE
+        -fsanitize=fuzzer-no-link,address,undefined -fno-omit-frame-pointer
+        -fno-sanitize-recover=undefined)
+    target_link_options(tolvane_options INTERFACE -fsanitize=address,undefined)
+endif()
