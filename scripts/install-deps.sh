@@ -7,6 +7,7 @@ packages=(
     qt6-base-dev qt6-svg-dev qt6-multimedia-dev qt6-l10n-tools
     libtag1-dev libplist-dev libicu-dev libglib2.0-dev libsqlite3-dev
     libbenchmark-dev clang-format
+    clang-16 libclang-rt-16-dev llvm-16
     xvfb xauth
 )
 
