@@ -8,14 +8,41 @@
 #include <QFile>
 #include <QTemporaryDir>
 
+#include <algorithm>
 #include <cstdarg>
 #include <cstdio>
 #include <cstdlib>
 #include <memory>
+#include <sys/stat.h>
+#include <unistd.h>
 
 namespace tolvane::fuzz {
 
 namespace {
+
+struct SpecialFile {
+    const char* folder; // in the device
+    const char* name;
+    const char* linkTarget; // none: a FIFO
+};
+constexpr SpecialFile specialFiles[] = {
+    {"var/mobile/Downloads", "stream.mp3", nullptr},
+    {"var/mobile/Downloads", "zero.m4a", "/dev/zero"},
+    {"var/mobile/Library/Preferences", "zero.plist", "/dev/zero"},
+    {"var/mobile/Library/Preferences", "mem.plist", "/proc/self/mem"},
+};
+
+void makeSpecialFiles(const QString& device) {
+    for (const SpecialFile& file : specialFiles) {
+        const QByteArray path = QFile::encodeName(
+            QStringLiteral("%1/%2/%3")
+                .arg(device, QLatin1String(file.folder), QLatin1String(file.name)));
+        const int made = file.linkTarget ? ::symlink(file.linkTarget, path.constData())
+                                         : ::mkfifo(path.constData(), 0644);
+        if (made != 0)
+            fail("cannot make %s", path.constData());
+    }
+}
 
 void quietMessages(QtMsgType type, const QMessageLogContext&, const QString& message) {
     if (type != QtFatalMsg)
@@ -76,10 +103,16 @@ QString demoDevice() {
         const QString problem = DemoDevice::create(folder, DemoDevice::systemDataFolder());
         if (!problem.isEmpty())
             fail("cannot make the demo device: %s", qPrintable(problem));
+        makeSpecialFiles(folder);
         return folder;
     }();
     Paths::setDeviceRoot(device);
     return device;
+}
+
+bool namesSpecialFile(const QByteArray& bytes) {
+    return std::any_of(std::begin(specialFiles), std::end(specialFiles),
+                       [&bytes](const SpecialFile& file) { return bytes.contains(file.name); });
 }
 
 } // namespace tolvane::fuzz

@@ -26,8 +26,14 @@ void writeFile(const QString& path, const QByteArray& bytes);
 QString writeScratchFile(const QString& name, const QByteArray& bytes);
 
 // The demo device, made once per process in the scratch folder (as `tolvane-cli demo` makes
-// it, from the system data of the build), with the paths pointing at it.
+// it, from the system data of the build), with the paths pointing at it. Beside the demo's
+// files it holds files that are not regular files, where a record or a URL can name them: a
+// FIFO "Downloads/stream.mp3", links "Downloads/zero.m4a" and "Preferences/zero.plist" to
+// /dev/zero and "Preferences/mem.plist" to /proc/self/mem.
 QString demoDevice();
+
+// Whether the bytes name one of the demo device's files that are not regular files.
+bool namesSpecialFile(const QByteArray& bytes);
 
 // The input as a byte array, without copying.
 inline QByteArray bytesOf(const uint8_t* data, size_t size) {

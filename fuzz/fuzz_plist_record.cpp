@@ -54,6 +54,11 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     // Remove this skip with that fix.
     if (!bytes.startsWith("bplist") && bytes.contains('\0'))
         return 0;
+    // TEMPORARY: reading a FIFO, /dev/zero or /proc/self/mem as a store or a media file hangs
+    // or grows without end, until the readers take nothing but regular files. Inputs naming
+    // the demo device's special files are skipped until then. Remove this skip with that fix.
+    if (fuzz::namesSpecialFile(bytes))
+        return 0;
 
     // The file is the device's preferences file: the preferences read it, and it is as good
     // a store or record file as any other.
