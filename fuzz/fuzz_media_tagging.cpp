@@ -20,8 +20,11 @@
 
 #include <chrono>
 #include <condition_variable>
+#include <csignal>
+#include <cstdio>
 #include <filesystem>
 #include <mutex>
+#include <pthread.h>
 #include <thread>
 
 using namespace tolvane;
@@ -52,13 +55,15 @@ qint64 largestFile(const std::filesystem::path& folder) {
     return largest;
 }
 
-// Watches a folder while it lives: aborts when a file in it grows past the bound or when it
-// has lived past the time limit.
+// Watches a folder while it lives: stops the process when a file in it grows past the bound
+// or when it has lived past the time limit. The thread that made the watchdog is the one
+// stopped, so that the finding shows where it was writing.
 class GrowthWatchdog {
 public:
     GrowthWatchdog(const QString& folder, qint64 bound)
         : m_folder(QFile::encodeName(folder).toStdString())
         , m_bound(bound)
+        , m_watched(::pthread_self())
         , m_thread([this] { watch(); }) {}
     ~GrowthWatchdog() {
         {
@@ -77,16 +82,25 @@ private:
         std::unique_lock lock(m_mutex);
         while (!m_wake.wait_for(lock, std::chrono::milliseconds(5), [this] { return m_done; })) {
             if (const qint64 largest = largestFile(m_folder); largest > m_bound)
-                fuzz::fail("the library copy grew to %lld bytes, past its bound of %lld", largest,
-                           m_bound);
+                stop(QStringLiteral("the library copy grew to %1 bytes, past its bound of %2")
+                         .arg(largest)
+                         .arg(m_bound));
             if (std::chrono::steady_clock::now() - start > importTimeLimit)
-                fuzz::fail("the import still runs after %lld s",
-                           qlonglong(importTimeLimit.count()));
+                stop(QStringLiteral("the import still runs after %1 s")
+                         .arg(importTimeLimit.count()));
         }
+    }
+
+    [[noreturn]] void stop(const QString& why) {
+        std::fprintf(stderr, "tolvane fuzz: %s\n", qPrintable(why));
+        ::pthread_kill(m_watched, SIGABRT);
+        std::this_thread::sleep_for(std::chrono::seconds(5));
+        fuzz::fail("the importing thread did not stop");
     }
 
     const std::filesystem::path m_folder;
     const qint64 m_bound;
+    const pthread_t m_watched;
     std::mutex m_mutex;
     std::condition_variable m_wake;
     bool m_done = false;
