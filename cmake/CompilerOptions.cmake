@@ -16,8 +16,10 @@ endif()
 # Fuzzing: every library is instrumented for coverage and checked by the sanitizers; only the
 # fuzz targets link the libFuzzer driver (fuzz/CMakeLists.txt).
 if(TOLVANE_BUILD_FUZZERS)
-    if(NOT CMAKE_CXX_COMPILER_ID STREQUAL "Clang")
-        message(FATAL_ERROR "TOLVANE_BUILD_FUZZERS needs clang (-DCMAKE_CXX_COMPILER=clang++)")
+    # Clang 14 has no std::source_location with Debian's libstdc++.
+    if(NOT CMAKE_CXX_COMPILER_ID STREQUAL "Clang" OR CMAKE_CXX_COMPILER_VERSION VERSION_LESS 15)
+        message(FATAL_ERROR
+            "TOLVANE_BUILD_FUZZERS needs clang 15 or later (-DCMAKE_CXX_COMPILER=clang++-16)")
     endif()
     if(TOLVANE_SANITIZE)
         message(FATAL_ERROR "TOLVANE_BUILD_FUZZERS already sanitizes; leave TOLVANE_SANITIZE off")

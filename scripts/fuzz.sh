@@ -52,7 +52,7 @@ scratch_parent=/tmp
 scratch="$(mktemp -d "$scratch_parent/tolvane-fuzz.XXXXXX")"
 trap 'rm -rf "$scratch"' EXIT
 
-export ASAN_OPTIONS="${ASAN_OPTIONS:-detect_leaks=0}"
+export ASAN_OPTIONS="${ASAN_OPTIONS:-detect_leaks=1}"
 export UBSAN_OPTIONS="${UBSAN_OPTIONS:-print_stacktrace=1:halt_on_error=1}"
 symbolizer="$(command -v llvm-symbolizer-16 || command -v llvm-symbolizer || true)"
 [ -n "$symbolizer" ] && export ASAN_SYMBOLIZER_PATH="${ASAN_SYMBOLIZER_PATH:-$symbolizer}"
