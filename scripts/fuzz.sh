@@ -80,15 +80,15 @@ for entry in "${targets[@]}"; do
         -print_final_stats=1 $options "${inputs[@]}" >"$log" 2>&1 || status=$?
 
     runs=$(sed -n 's/^stat::number_of_executed_units: *//p' "$log" | tail -n 1)
-    coverage=$(grep -o 'cov: [0-9]*' "$log" | tail -n 1 | cut -d' ' -f2)
+    coverage=$(grep -o 'cov: [0-9]*' "$log" | tail -n 1 | cut -d' ' -f2 || true)
     units=$(find "$corpus" -type f | wc -l)
     if [ "$status" -eq 0 ]; then
         summary+=("$(printf '%-15s ok     %8s runs  cov %-6s corpus %s' "$target" "${runs:-?}" \
             "${coverage:-?}" "$units")")
     else
         found=1
-        what=$(grep -m 1 -E '^(==[0-9]+==)?ERROR: |^SUMMARY: |runtime error:|tolvane fuzz: ' "$log" |
-            sed -e 's/^==[0-9]*==//' | cut -c 1-120 || true)
+        what=$(grep -m 1 -E '^(==[0-9]+== ?)?ERROR: |^SUMMARY: |runtime error:|tolvane fuzz: ' "$log" |
+            sed -e 's/^==[0-9]*== *//' | cut -c 1-120 || true)
         artifact=$(sed -n 's/.*Test unit written to \(.*\)$/\1/p' "$log" | tail -n 1)
         summary+=("$(printf '%-15s FOUND  %s -> %s (log %s)' "$target" "${what:-exit status $status}" \
             "${artifact:-no reproducer}" "$log")")
