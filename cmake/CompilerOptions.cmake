@@ -12,3 +12,20 @@ if(TOLVANE_SANITIZE)
                                                      -fno-omit-frame-pointer -fno-sanitize-recover=undefined)
     target_link_options(tolvane_options INTERFACE -fsanitize=address,undefined)
 endif()
+
+# Fuzzing: every library is instrumented for coverage and checked by the sanitizers; only the
+# fuzz targets link the libFuzzer driver (fuzz/CMakeLists.txt).
+if(TOLVANE_BUILD_FUZZERS)
+    # Clang 14 has no std::source_location with Debian's libstdc++.
+    if(NOT CMAKE_CXX_COMPILER_ID STREQUAL "Clang" OR CMAKE_CXX_COMPILER_VERSION VERSION_LESS 15)
+        message(FATAL_ERROR
+            "TOLVANE_BUILD_FUZZERS needs clang 15 or later (-DCMAKE_CXX_COMPILER=clang++-16)")
+    endif()
+    if(TOLVANE_SANITIZE)
+        message(FATAL_ERROR "TOLVANE_BUILD_FUZZERS already sanitizes; leave TOLVANE_SANITIZE off")
+    endif()
+    target_compile_options(tolvane_options INTERFACE
+        -fsanitize=fuzzer-no-link,address,undefined -fno-omit-frame-pointer
+        -fno-sanitize-recover=undefined)
+    target_link_options(tolvane_options INTERFACE -fsanitize=address,undefined)
+endif()

@@ -9,6 +9,7 @@ packages=(
     gstreamer1.0-plugins-base gstreamer1.0-plugins-good gstreamer1.0-libav gstreamer1.0-tools
     libtag1-dev libplist-dev libicu-dev libglib2.0-dev libsqlite3-dev
     libbenchmark-dev clang-format
+    clang-16 libclang-rt-16-dev llvm-16
     xvfb xauth
 )
 
