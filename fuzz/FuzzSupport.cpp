@@ -100,19 +100,14 @@ QString writeScratchFile(const QString& name, const QByteArray& bytes) {
 QString demoDevice() {
     static const QString device = [] {
         const QString folder = scratchFolder() + QStringLiteral("/device");
-        const QString problem = DemoDevice::create(folder, DemoDevice::systemDataFolder());
-        if (!problem.isEmpty())
-            fail("cannot make the demo device: %s", qPrintable(problem));
+        const Status made = DemoDevice::create(folder, DemoDevice::systemDataFolder());
+        if (!made)
+            fail("cannot make the demo device: %s", qPrintable(made.errorText()));
         makeSpecialFiles(folder);
         return folder;
     }();
     Paths::setDeviceRoot(device);
     return device;
-}
-
-bool namesSpecialFile(const QByteArray& bytes) {
-    return std::any_of(std::begin(specialFiles), std::end(specialFiles),
-                       [&bytes](const SpecialFile& file) { return bytes.contains(file.name); });
 }
 
 } // namespace tolvane::fuzz

@@ -32,9 +32,6 @@ QString writeScratchFile(const QString& name, const QByteArray& bytes);
 // /dev/zero and "Preferences/mem.plist" to /proc/self/mem.
 QString demoDevice();
 
-// Whether the bytes name one of the demo device's files that are not regular files.
-bool namesSpecialFile(const QByteArray& bytes);
-
 // The input as a byte array, without copying.
 inline QByteArray bytesOf(const uint8_t* data, size_t size) {
     return QByteArray::fromRawData(reinterpret_cast<const char*>(data), qsizetype(size));

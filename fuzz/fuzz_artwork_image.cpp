@@ -4,12 +4,10 @@
 // two); the rest is the image.
 
 #include "FuzzSupport.h"
+#include "imaging/ImageDecoder.h"
 #include "imaging/ImageEffects.h"
 #include "import/ArtworkSizing.h"
 #include "platform/Device.h"
-
-#include <QBuffer>
-#include <QImageReader>
 
 #include <cmath>
 
@@ -34,17 +32,16 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     const QByteArray bytes = fuzz::bytesOf(data + 1, size - 1);
     const ScopedDevice device(Idiom::Phone, QSizeF(375, 667), scale);
 
-    QSizeF points;
-    QSize pixels;
-    if (const std::optional<QByteArray> jpeg =
-            ArtworkSizing::sizedJpeg(bytes, kind, 80, &points, &pixels)) {
-        if (jpeg->isEmpty() || pixels.isEmpty())
+    if (const Result<ArtworkSizing::Jpeg> jpeg = ArtworkSizing::sizedJpeg(bytes, kind)) {
+        if (jpeg->bytes.isEmpty() || jpeg->pixels.isEmpty())
             fuzz::fail("sized artwork without pixels");
         // The points are the rules' for the image's own size, whatever was decoded.
-        QBuffer header;
-        header.setData(bytes);
-        header.open(QIODevice::ReadOnly);
-        const QSizeF wanted = ArtworkSizing::sizeFor(QSizeF(QImageReader(&header).size()), kind);
+        const Result<ImageDecoder::Header> header = ImageDecoder::header(bytes);
+        if (!header)
+            fuzz::fail("sized artwork whose header does not read: %s",
+                       qPrintable(header.errorText()));
+        const QSizeF wanted = ArtworkSizing::sizeFor(QSizeF(header->size), kind);
+        const QSizeF points = jpeg->points;
         if (std::abs(points.width() - wanted.width()) > 1e-6 * wanted.width() + 1e-9 ||
             std::abs(points.height() - wanted.height()) > 1e-6 * wanted.height() + 1e-9)
             fuzz::fail("artwork of %g x %g points where the rules give %g x %g", points.width(),
@@ -53,17 +50,13 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
 
     // A snapshot is of a screen: larger images only slow the fuzzing down (the effect is
     // linear in the pixels) without reaching other code.
-    QBuffer buffer;
-    buffer.setData(bytes);
-    buffer.open(QIODevice::ReadOnly);
-    QImageReader reader(&buffer);
-    const QSize snapshotSize = reader.size();
-    if (snapshotSize.isValid() &&
-        qint64(snapshotSize.width()) * snapshotSize.height() > maximumSnapshotPixels)
+    const Result<ImageDecoder::Header> header = ImageDecoder::header(bytes);
+    if (!header || qint64(header->size.width()) * header->size.height() > maximumSnapshotPixels)
         return 0;
-    QImage snapshot = reader.read();
-    if (snapshot.isNull())
+    Result<QImage> decoded = ImageDecoder::decode(bytes);
+    if (!decoded)
         return 0;
+    QImage snapshot = std::move(*decoded);
     snapshot.setDevicePixelRatio(scale);
     ImageEffects::applyLightEffect(snapshot);
     return 0;

@@ -17,9 +17,9 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     const QString path =
         fuzz::writeScratchFile(QStringLiteral("input.") + input.extension, input.file);
 
-    const std::optional<QVariantMap> metadata = MetadataReader::metadataForFile(path);
+    const Result<QVariantMap> metadata = MetadataReader::metadataForFile(path);
     if (!metadata)
-        fuzz::fail("a file gave no metadata dictionary");
+        fuzz::fail("a file gave no metadata dictionary: %s", qPrintable(metadata.errorText()));
     if (metadata->value(AVMetadataCommonKeyTitle).toString().isEmpty())
         fuzz::fail("the title did not fall back to the file name");
     return 0;

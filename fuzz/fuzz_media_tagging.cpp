@@ -124,19 +124,19 @@ qint64 newTagBytes(const QVariantMap& record) {
 // The media library in the scratch folder, each import watched.
 class WatchedLibrary final : public MediaLibraryImporter {
 public:
-    ImportOutcome importFile(const QVariantMap& record) override {
+    Result<LibraryItem> importFile(const QVariantMap& record) override {
         const QString folder = libraryFolder();
         const QString source = record.value(QStringLiteral("path")).toString();
         const qint64 bound = QFileInfo(source).size() + newTagBytes(record) + slack;
-        ImportOutcome outcome;
+        std::optional<Result<LibraryItem>> outcome;
         {
             const GrowthWatchdog watchdog(folder, bound);
-            outcome = MediaLibrary(folder).importFile(record);
+            outcome.emplace(MediaLibrary(folder).importFile(record));
         }
-        if (outcome.ok() && QFileInfo(outcome.path).size() > bound)
+        if (*outcome && QFileInfo((*outcome)->path).size() > bound)
             fuzz::fail("the library copy has %lld bytes, past its bound of %lld",
-                       QFileInfo(outcome.path).size(), bound);
-        return outcome;
+                       QFileInfo((*outcome)->path).size(), bound);
+        return std::move(*outcome);
     }
 
     static QString libraryFolder() { return fuzz::scratchFolder() + QStringLiteral("/library"); }
@@ -192,13 +192,13 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
         metadata.insert(QStringLiteral("imageData"), newArtwork);
     record.insert(QStringLiteral("metadata"), metadata);
 
-    const ImportOutcome outcome = ImportSubmission::submit(record, std::nullopt);
+    const Result<LibraryItem> outcome = ImportSubmission::submit(record, std::nullopt);
 
     QFile source(path);
     if (!source.open(QIODevice::ReadOnly) || source.readAll() != input.file)
         fuzz::fail("the import changed its source file");
-    if (outcome.ok() && !MetadataReader::metadataForFile(outcome.path))
-        fuzz::fail("the library copy %s does not read back", qPrintable(outcome.path));
+    if (outcome && !MetadataReader::metadataForFile(outcome->path))
+        fuzz::fail("the library copy %s does not read back", qPrintable(outcome->path));
     if (!QDir(WatchedLibrary::libraryFolder()).removeRecursively())
         fuzz::fail("cannot empty the library for the next input");
     return 0;

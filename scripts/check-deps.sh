@@ -312,6 +312,19 @@ check_script_tools() {
     FNR == 1 { if (NR > 1) finish(); text = ""; name = FILENAME }
     { text = text $0 "\n" }
     END { finish() }
+    # arithmetic(): the position of the last ")" of the arithmetic expansion "$((...))" at `at`:
+    # its words are numbers and variables, never commands.
+    function arithmetic(at,    open, i, ch, size) {
+        open = 0
+        size = length(text)
+        for (i = at + 1; i <= size; i++) {
+            ch = substr(text, i, 1)
+            if (ch == "\n") line++
+            if (ch == "(") open++
+            else if (ch == ")" && --open == 0) return i
+        }
+        return size
+    }
     # heredoc(): skips the text of a here-document from the line after "<<WORD" to WORD.
     function heredoc(    rest, delimiter, eol, body) {
         rest = substr(text, pos + 2)
@@ -343,6 +356,7 @@ check_script_tools() {
             if (state[depth] == "d") {
                 if (c == "\\") pos++
                 else if (c == "\"") depth--
+                else if (substr(text, pos, 3) == "$((") pos = arithmetic(pos)
                 else if (c == "$" && substr(text, pos + 1, 1) == "(") { pos++; state[++depth] = "c"; atcmd[depth] = 1; array[depth] = 0; cases[depth] = 0; word = ""; quoted = 0 }
                 continue
             }
@@ -351,6 +365,7 @@ check_script_tools() {
             if (c == "#" && word == "") { while (pos <= n && substr(text, pos, 1) != "\n") pos++; pos--; continue }
             if (c == "'") { quoted = 1; while (++pos <= n && substr(text, pos, 1) != "'") if (substr(text, pos, 1) == "\n") line++; word = word "x"; continue }
             if (c == "\"") { quoted = 1; word = word "x"; state[++depth] = "d"; continue }
+            if (substr(text, pos, 3) == "$((") { pos = arithmetic(pos); word = word "x"; continue }
             if (c == "$" && substr(text, pos + 1, 1) == "(") { pos++; word = word "$"; state[++depth] = "c"; atcmd[depth] = 1; array[depth] = 0; cases[depth] = 0; continue }
             # Redirections such as >&2 and &>/dev/null are words, not command separators.
             if (c == "&" && (word ~ /[<>]$/ || substr(text, pos + 1, 1) == ">")) { word = word c; continue }
@@ -483,6 +498,10 @@ check_build() {
     # The compiler CMake used.
     local compiler
     compiler="$(sed -n 's/^CMAKE_CXX_COMPILER:[A-Z]*=//p' "$build_dir/CMakeCache.txt" 2>/dev/null || true)"
+    # A compiler given by name (-DCMAKE_CXX_COMPILER=clang++-16) is the one on the PATH.
+    if [ -n "$compiler" ] && [[ "$compiler" != */* ]]; then
+        compiler="$(command -v "$compiler" || echo "$compiler")"
+    fi
     [ -n "$compiler" ] && need "tool:compiler" "C++ compiler (CMakeCache.txt)" "$compiler"
 
     # Everything CMake read to configure (Qt's config files and their dependencies, find

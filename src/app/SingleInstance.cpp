@@ -2,9 +2,12 @@
 
 #include <QCryptographicHash>
 #include <QDataStream>
+#include <QDir>
 #include <QLocalServer>
 #include <QLocalSocket>
+#include <QLockFile>
 
+#include <memory>
 #include <unistd.h>
 
 namespace tolvane {
@@ -27,11 +30,12 @@ QString SingleInstance::serverNameFor(const QString& deviceRoot) {
     return QStringLiteral("tolvane-%1-%2").arg(::getuid()).arg(QString::fromLatin1(digest));
 }
 
-bool SingleInstance::sendToRunningInstance(const QStringList& texts, int timeoutMs) const {
+Status SingleInstance::sendToRunningInstance(const QStringList& texts, int timeoutMs) const {
     QLocalSocket socket;
     socket.connectToServer(m_name);
     if (!socket.waitForConnected(timeoutMs))
-        return false;
+        return Failure(QStringLiteral("no running instance answers: %1").arg(socket.errorString()),
+                       m_name);
     QByteArray message;
     {
         QDataStream out(&message, QIODevice::WriteOnly);
@@ -44,38 +48,41 @@ bool SingleInstance::sendToRunningInstance(const QStringList& texts, int timeout
     socket.write(frame);
     while (socket.bytesToWrite() > 0) {
         if (!socket.waitForBytesWritten(timeoutMs))
-            return false;
+            return Failure(QStringLiteral("the running instance did not take the message: %1")
+                               .arg(socket.errorString()),
+                           m_name);
     }
     socket.disconnectFromServer();
     if (socket.state() != QLocalSocket::UnconnectedState)
         socket.waitForDisconnected(timeoutMs);
-    return true;
+    return {};
 }
 
-bool SingleInstance::listen() {
+Status SingleInstance::listen() {
     if (m_server)
-        return true;
-    m_server = new QLocalServer(this);
-    m_server->setSocketOptions(QLocalServer::UserAccessOption);
-    if (!m_server->listen(m_name)) {
-        // Another launch may have started answering in the meantime; its socket stays. Only a
-        // socket left behind by a process that died, on which nobody answers, is removed.
+        return {};
+    // Launches at the same moment take turns here: each asks whether someone answers already,
+    // and only then makes the socket. Without the turn, the later one would take the name from
+    // the earlier one (the socket is made aside and renamed into place).
+    QLockFile turn(QDir(QDir::tempPath()).filePath(m_name + QStringLiteral(".lock")));
+    if (!turn.tryLock(5000))
+        return Failure(QStringLiteral("another launch holds the socket's lock"), m_name);
+    {
         QLocalSocket probe;
         probe.connectToServer(m_name);
-        if (probe.waitForConnected(500)) {
-            delete m_server;
-            m_server = nullptr;
-            return false;
-        }
-        QLocalServer::removeServer(m_name);
-        if (!m_server->listen(m_name)) {
-            delete m_server;
-            m_server = nullptr;
-            return false;
-        }
+        if (probe.waitForConnected(500))
+            return Failure(QStringLiteral("another instance answers on it"), m_name);
     }
+    // Nobody answers: a socket left behind by a process that died goes.
+    QLocalServer::removeServer(m_name);
+    auto server = std::make_unique<QLocalServer>();
+    server->setSocketOptions(QLocalServer::UserAccessOption);
+    if (!server->listen(m_name))
+        return Failure(server->errorString(), m_name);
+    m_server = server.release();
+    m_server->setParent(this);
     connect(m_server, &QLocalServer::newConnection, this, &SingleInstance::acceptConnections);
-    return true;
+    return {};
 }
 
 void SingleInstance::acceptConnections() {

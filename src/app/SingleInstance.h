@@ -1,5 +1,7 @@
 #pragma once
 
+#include "platform/Result.h"
+
 #include <QObject>
 #include <QString>
 #include <QStringList>
@@ -20,10 +22,12 @@ public:
     // The socket name for the current user and a device folder.
     static QString serverNameFor(const QString& deviceRoot);
 
-    // Delivers the texts to a running instance; false when there is none to take them.
-    bool sendToRunningInstance(const QStringList& texts, int timeoutMs = 2000) const;
-    // Starts answering later launches; false when the socket cannot be made.
-    bool listen();
+    // Delivers the texts to a running instance; a failure when there is none to take them or
+    // they could not all be sent.
+    Status sendToRunningInstance(const QStringList& texts, int timeoutMs = 2000) const;
+    // Starts answering later launches; a failure when another instance answers or the socket
+    // cannot be made.
+    Status listen();
     QString serverName() const { return m_name; }
 
 Q_SIGNALS:

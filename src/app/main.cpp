@@ -97,11 +97,11 @@ int main(int argc, char** argv) {
         if (instance.sendToRunningInstance(handoffs))
             return 0;
         // A launch that started at the same moment may have won the socket.
-        if (!instance.listen()) {
+        if (const Status listening = instance.listen(); !listening) {
             if (instance.sendToRunningInstance(handoffs))
                 return 0;
-            std::fprintf(stderr, "tolvane: cannot answer later launches on %s\n",
-                         qPrintable(instance.serverName()));
+            std::fprintf(stderr, "tolvane: cannot answer later launches: %s\n",
+                         qPrintable(listening.errorText()));
         }
     }
 

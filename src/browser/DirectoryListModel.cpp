@@ -22,7 +22,10 @@ DirectoryListModel::DirectoryListModel(const QString& path, ExportabilityCache* 
 void DirectoryListModel::rebuildFileList() {
     beginResetModel();
     m_table = FileTypeTable::installed();
-    m_files = DirectoryListing::rebuildFileList(m_nativePath);
+    const Result<QList<PSDirectoryPickerEntry>> listed =
+        DirectoryListing::rebuildFileList(m_nativePath);
+    ignoreFailure(listed, "an unreadable folder lists as empty");
+    m_files = listed.valueOr({});
     m_answers.assign(size_t(m_files.size()), Answer::Unknown);
     m_asked.clear();
     endResetModel();

@@ -2,11 +2,15 @@
 
 #include <QFile>
 
+#include <cerrno>
+#include <cstring>
 #include <dirent.h>
 #include <fcntl.h>
 #include <ftw.h>
+#include <optional>
 #include <sys/stat.h>
 #include <unistd.h>
+#include <utility>
 
 namespace tolvane {
 
@@ -69,27 +73,37 @@ bool holds(const QByteArray& target, const QByteArray& inside) {
     return !inner.isEmpty() && (inner == outer || inner.startsWith(outer + '/'));
 }
 
+Failure systemFailure(const QByteArray& nativePath, const char* what, int error) {
+    return Failure(QStringLiteral("%1: %2").arg(QLatin1String(what),
+                                                QString::fromLocal8Bit(std::strerror(error))),
+                   QFile::decodeName(nativePath));
+}
+
+// nftw() takes a plain function: the first failure of a walk is kept here. Walks run on any
+// thread, each in its own.
+thread_local std::optional<Failure> firstRemovalFailure;
+
 int removeOne(const char* path, const struct stat*, int type, struct FTW*) {
-    if (type == FTW_DP)
-        ::rmdir(path);
-    else
-        ::unlink(path);
+    const int result = type == FTW_DP ? ::rmdir(path) : ::unlink(path);
+    if (result != 0 && errno != ENOENT && !firstRemovalFailure)
+        firstRemovalFailure = systemFailure(path, "cannot be removed", errno);
     return 0;
 }
 
 } // namespace
 
-QList<PSDirectoryPickerEntry> DirectoryListing::rebuildFileList(const QString& folder) {
+Result<QList<PSDirectoryPickerEntry>> DirectoryListing::rebuildFileList(const QString& folder) {
     return rebuildFileList(QFile::encodeName(folder));
 }
 
-QList<PSDirectoryPickerEntry> DirectoryListing::rebuildFileList(const QByteArray& nativeFolder) {
+Result<QList<PSDirectoryPickerEntry>>
+DirectoryListing::rebuildFileList(const QByteArray& nativeFolder) {
     QList<PSDirectoryPickerEntry> entries;
     if (nativeFolder.isEmpty())
-        return entries;
+        return Failure(QStringLiteral("no folder given"));
     DIR* folder = ::opendir(nativeFolder.constData());
     if (!folder)
-        return entries;
+        return systemFailure(nativeFolder, "cannot be listed", errno);
     const int folderFd = ::dirfd(folder);
     const QByteArray prefix = nativeFolder.endsWith('/') ? nativeFolder : nativeFolder + '/';
     while (const dirent* item = ::readdir(folder)) {
@@ -125,31 +139,49 @@ QByteArray DirectoryListing::companionArtworkPath(const QByteArray& target) {
     return joined(joined(twoUp, "Artwork"), (stem + ".jpeg").constData());
 }
 
-void DirectoryListing::deleteEntry(const PSDirectoryPickerEntry& entry) {
+Status DirectoryListing::deleteEntry(const PSDirectoryPickerEntry& entry) {
     const QByteArray path = entry.nativePath();
+    std::optional<Failure> first;
+    const auto keepFirst = [&first](const Status& status) {
+        if (!status && !first)
+            first = status.failure();
+    };
     if (isSymbolicLink(path)) {
         const QByteArray target = resolvedPath(path);
         if (target != path && !holds(target, parentOf(path))) {
-            removeItemAtPath(target);
+            keepFirst(removeItemAtPath(target));
             const QByteArray artwork = companionArtworkPath(target);
             if (::access(artwork.constData(), F_OK) == 0)
-                removeItemAtPath(artwork);
+                keepFirst(removeItemAtPath(artwork));
         }
     }
-    removeItemAtPath(path);
+    keepFirst(removeItemAtPath(path));
+    if (first)
+        return *first;
+    return {};
 }
 
-void DirectoryListing::removeItemAtPath(const QByteArray& nativePath) {
+Status DirectoryListing::removeItemAtPath(const QByteArray& nativePath) {
     struct stat info {};
-    if (nativePath.isEmpty() || ::lstat(nativePath.constData(), &info) != 0)
-        return;
+    if (nativePath.isEmpty())
+        return Failure(QStringLiteral("no path given"));
+    if (::lstat(nativePath.constData(), &info) != 0)
+        return errno == ENOENT ? Status() : systemFailure(nativePath, "cannot be read", errno);
     if (!S_ISDIR(info.st_mode)) {
-        ::unlink(nativePath.constData());
-        return;
+        if (::unlink(nativePath.constData()) != 0 && errno != ENOENT)
+            return systemFailure(nativePath, "cannot be removed", errno);
+        return {};
     }
     if (canonical(nativePath) == "/")
-        return;
-    ::nftw(nativePath.constData(), removeOne, 32, FTW_DEPTH | FTW_PHYS);
+        return Failure(QStringLiteral("the root folder is never removed"), QStringLiteral("/"));
+    firstRemovalFailure.reset();
+    if (::nftw(nativePath.constData(), removeOne, 32, FTW_DEPTH | FTW_PHYS) != 0 &&
+        !firstRemovalFailure)
+        firstRemovalFailure = systemFailure(nativePath, "cannot be walked", errno);
+    std::optional<Failure> failure = std::exchange(firstRemovalFailure, std::nullopt);
+    if (failure)
+        return *failure;
+    return {};
 }
 
 } // namespace tolvane

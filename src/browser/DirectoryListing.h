@@ -1,21 +1,23 @@
 #pragma once
 
 #include "browser/PSDirectoryPickerEntry.h"
+#include "platform/Result.h"
 
 #include <QList>
 
 namespace tolvane {
 
 // Reading and changing one folder of the file browser. Paths are handled as the bytes the file
-// system uses, so that any name it holds can be listed, opened and removed. Every file-system
-// error is ignored: an unreadable folder lists as empty, a failed removal leaves the entry.
+// system uses, so that any name it holds can be listed, opened and removed. Failures are
+// returned; the screens ignore them as the browser's rules say (an unreadable folder lists as
+// empty, a failed removal leaves the entry).
 class DirectoryListing {
 public:
     // The folder's entries in the file system's own order, unsorted; names beginning with "."
     // or ":" are left out; an entry is a folder when it is one after following links, so a
-    // dangling link lists as a file.
-    static QList<PSDirectoryPickerEntry> rebuildFileList(const QByteArray& nativeFolder);
-    static QList<PSDirectoryPickerEntry> rebuildFileList(const QString& folder);
+    // dangling link lists as a file. A failure when the folder cannot be opened.
+    static Result<QList<PSDirectoryPickerEntry>> rebuildFileList(const QByteArray& nativeFolder);
+    static Result<QList<PSDirectoryPickerEntry>> rebuildFileList(const QString& folder);
 
     // The path to act on for an entry: a symbolic link's stored destination, else the path.
     // A relative destination is taken from the link's own folder, where it points.
@@ -27,11 +29,13 @@ public:
 
     // Removes the entry: for a link, first its destination and the destination's companion
     // artwork, then the link; anything else with all it holds. A destination that is "/" or
-    // holds the link itself is left alone, and only the link goes.
-    static void deleteEntry(const PSDirectoryPickerEntry& entry);
+    // holds the link itself is left alone, and only the link goes. The first failure, after
+    // removing all that could be removed.
+    static Status deleteEntry(const PSDirectoryPickerEntry& entry);
 
-    // Removes a file, a link (never what it points to) or a folder with everything in it.
-    static void removeItemAtPath(const QByteArray& nativePath);
+    // Removes a file, a link (never what it points to) or a folder with everything in it. A
+    // path that is not there is no failure; the first item that could not be removed is.
+    static Status removeItemAtPath(const QByteArray& nativePath);
 };
 
 } // namespace tolvane

@@ -36,7 +36,7 @@ void OpenInActivity::openDocumentInteractionController() {
         Q_EMIT openInMenuRequested(applications);
 }
 
-bool OpenInActivity::openWithApplication(const QString& applicationId) {
+Status OpenInActivity::openWithApplication(const QString& applicationId) {
     return OpenInApplications::launch(applicationId, m_fileURL.toLocalFile());
 }
 

@@ -29,7 +29,7 @@ public:
 
     void openDocumentInteractionController();
     // The chosen application, then the menu's end.
-    bool openWithApplication(const QString& applicationId);
+    Status openWithApplication(const QString& applicationId);
     void documentInteractionControllerDidDismissOpenInMenu();
 
     // The alert's texts: "Your %@ doesn't seem" with the machine's kind.

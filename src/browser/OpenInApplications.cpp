@@ -7,6 +7,7 @@
 #include <QUrl>
 
 #include <gio/gio.h>
+#include <optional>
 
 namespace tolvane {
 
@@ -60,18 +61,30 @@ QList<OpenInApplication> OpenInApplications::applicationsForFile(const QString& 
     return applications;
 }
 
-bool OpenInApplications::launch(const QString& applicationId, const QString& path) {
-    bool launched = false;
+Status OpenInApplications::launch(const QString& applicationId, const QString& path) {
+    std::optional<Status> launched;
     forEachApplication(mimeTypeForPath(path), [&](GAppInfo* info) {
         if (text(g_app_info_get_id(info)) != applicationId)
             return true;
         const QByteArray uri = QUrl::fromLocalFile(path).toEncoded();
         GList uris{};
         uris.data = const_cast<char*>(uri.constData());
-        launched = g_app_info_launch_uris(info, &uris, nullptr, nullptr);
+        GError* error = nullptr;
+        if (g_app_info_launch_uris(info, &uris, nullptr, &error)) {
+            launched.emplace();
+        } else {
+            launched.emplace(Failure(
+                QStringLiteral("%1 cannot be started: %2")
+                    .arg(text(g_app_info_get_name(info)), error ? text(error->message) : QString()),
+                path));
+        }
+        g_clear_error(&error);
         return false;
     });
-    return launched;
+    if (!launched)
+        return Failure(QStringLiteral("no application \"%1\" opens this file").arg(applicationId),
+                       path);
+    return *launched;
 }
 
 QString OpenInApplications::machineKind() {

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "platform/Result.h"
+
 #include <QList>
 #include <QString>
 
@@ -19,8 +21,8 @@ public:
     // The MIME type of the path's extension ("application/octet-stream" when unknown).
     static QString mimeTypeForPath(const QString& path);
     static QList<OpenInApplication> applicationsForFile(const QString& path);
-    // Launches the application with the file; false when it is gone or fails to start.
-    static bool launch(const QString& applicationId, const QString& path);
+    // Launches the application with the file; a failure when it is gone or fails to start.
+    static Status launch(const QString& applicationId, const QString& path);
     // What kind of machine this is, in words ("computer", "laptop", "tablet"...), for messages.
     static QString machineKind();
 };

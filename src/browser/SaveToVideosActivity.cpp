@@ -3,6 +3,7 @@
 #include "browser/FileActionSheet.h"
 #include "platform/Localisation.h"
 #include "platform/PathString.h"
+#include "platform/Result.h"
 
 #include <QCoreApplication>
 #include <QDir>
@@ -40,6 +41,17 @@ QString freePath(const QString& folder, const QString& name) {
     return candidate;
 }
 
+// The copy made in the folder, or why there is none.
+Result<QString> saveCopy(const QString& source, const QString& folder) {
+    if (!QDir().mkpath(folder))
+        return Failure(QStringLiteral("the folder cannot be made"), folder);
+    const QString target = freePath(folder, QFileInfo(source).fileName());
+    QFile file(source);
+    if (!file.copy(target))
+        return Failure(file.errorString(), target);
+    return target;
+}
+
 } // namespace
 
 QString SaveToVideosActivity::activityTitle() const {
@@ -73,19 +85,15 @@ void SaveToVideosActivity::performActivity() {
     QPointer<SaveToVideosActivity> self(this);
     // A video may be large: the copy runs off the main thread.
     QThreadPool::globalInstance()->start([self, source, folder] {
-        QString target;
-        if (QDir().mkpath(folder)) {
-            target = freePath(folder, QFileInfo(source).fileName());
-            if (!QFile::copy(source, target))
-                target.clear();
-        }
+        Result<QString> saved = saveCopy(source, folder);
         QMetaObject::invokeMethod(
             QCoreApplication::instance(),
-            [self, target] {
+            [self, saved = std::move(saved)] {
                 if (!self)
                     return;
-                self->m_savedPath = target;
-                self->activityDidFinish(!target.isEmpty());
+                self->m_savedPath = saved.valueOr(QString());
+                self->m_failureText = saved.errorText();
+                self->activityDidFinish(saved.ok());
             },
             Qt::QueuedConnection);
     });

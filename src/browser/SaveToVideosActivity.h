@@ -22,6 +22,8 @@ public:
     QUrl fileURL() const { return m_fileURL; }
     // Where the copy was made, once finished.
     QString savedPath() const { return m_savedPath; }
+    // Why there is no copy, once finished without one.
+    QString failureText() const { return m_failureText; }
 
     // The user's Videos folder unless set (tests set it).
     static QString destinationFolder();
@@ -30,6 +32,7 @@ public:
 private:
     QUrl m_fileURL;
     QString m_savedPath;
+    QString m_failureText;
 };
 
 } // namespace tolvane

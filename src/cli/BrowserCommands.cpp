@@ -17,9 +17,12 @@ int list(const QCommandLineParser& parser, Format format) {
     const QString folder = arguments.first();
     if (!QFileInfo(folder).isDir())
         return fail(QStringLiteral("%1: not a folder").arg(folder));
+    const Result<QList<PSDirectoryPickerEntry>> listed = DirectoryListing::rebuildFileList(folder);
+    if (!listed)
+        return fail(listed.errorText());
     const std::shared_ptr<const FileTypeTable> table = FileTypeTable::installed();
     QVariantList rows;
-    for (const PSDirectoryPickerEntry& entry : DirectoryListing::rebuildFileList(folder)) {
+    for (const PSDirectoryPickerEntry& entry : *listed) {
         rows.append(QVariantMap{
             {QStringLiteral("name"), entry.name()},
             {QStringLiteral("path"), entry.path()},

@@ -38,6 +38,11 @@ Result<ImageDecoder::Header> readHeader(QImageReader& reader) {
     const QSize stored = reader.size();
     if (!stored.isValid())
         return Failure(QStringLiteral("the image does not say its size"));
+    // A drawing can say it is 0 pixels wide; nothing can be scaled from or to that.
+    if (stored.isEmpty())
+        return Failure(QStringLiteral("the image has no pixels (%1 x %2)")
+                           .arg(stored.width())
+                           .arg(stored.height()));
     if (stored.width() > ImageDecoder::maximumSide || stored.height() > ImageDecoder::maximumSide ||
         qint64(stored.width()) * stored.height() > ImageDecoder::maximumPixels) {
         return Failure(QStringLiteral("the image is too large to decode (%1 x %2 pixels)")

@@ -354,10 +354,12 @@ TOLVANE_INLINE void matrixRow(const uchar* in, uchar* out, int width,
     // one would keep the loop scalar.
     const std::array<int, 16> m = matrix;
     const auto divide = [divisor](int sum) {
-        if constexpr (FixedDivisor == 256)
+        if constexpr (FixedDivisor == 256) {
+            Q_UNUSED(divisor) // a shift instead
             return sum >> 8;
-        else
+        } else {
             return sum / divisor;
+        }
     };
     for (int x = 0; x < width; ++x) {
         const int p0 = in[4 * x], p1 = in[4 * x + 1], p2 = in[4 * x + 2], p3 = in[4 * x + 3];

@@ -103,8 +103,17 @@ Result<QByteArray> RegularFile::readAll(const QString& path, qint64 maximumSize)
                            .arg(maximumSize),
                        path);
     }
-    // The size may change while the file is read; never read past the limit.
-    QByteArray bytes = file.read(maximumSize + 1);
+    // The size may change while the file is read; never read past the limit. Reading in
+    // pieces keeps the buffer at the file's size instead of the limit's.
+    QByteArray bytes;
+    bytes.reserve(file.size());
+    constexpr qint64 piece = 1 << 16;
+    while (bytes.size() <= maximumSize) {
+        const QByteArray read = file.read(qMin(piece, maximumSize + 1 - bytes.size()));
+        if (read.isEmpty())
+            break;
+        bytes += read;
+    }
     if (bytes.size() > maximumSize)
         return Failure(QStringLiteral("too large (at most %1 bytes are read)").arg(maximumSize),
                        path);

@@ -42,9 +42,11 @@ public:
 
     const T& value() const& { return *m_value; }
     T& value() & { return *m_value; }
-    T&& value() && { return std::move(*m_value); }
+    // From a temporary, the value moves out by value, so that `for (x : f().value())` holds
+    // the value for the whole loop instead of a reference into the gone result.
+    T value() && { return std::move(*m_value); }
     const T& operator*() const& { return *m_value; }
-    T&& operator*() && { return std::move(*m_value); }
+    T operator*() && { return std::move(*m_value); }
     const T* operator->() const { return &*m_value; }
     T valueOr(T fallback) const& { return m_value ? *m_value : std::move(fallback); }
 

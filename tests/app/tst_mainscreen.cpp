@@ -420,7 +420,7 @@ void TestMainScreen::singleInstanceDelivers() {
 
     const QString name = uniqueServerName();
     SingleInstance running(name);
-    QVERIFY(running.listen());
+    QVERIFY(running.listen().ok());
     QSignalSpy received(&running, &SingleInstance::messageReceived);
 
     const auto message = [textLength](int index) {
@@ -456,8 +456,19 @@ void TestMainScreen::singleInstanceWithoutServer() {
     const SingleInstance nobody(uniqueServerName());
     QElapsedTimer timer;
     timer.start();
-    QVERIFY(!nobody.sendToRunningInstance({s("tolvane://open?path=/a/b")}));
+    const Status unanswered = nobody.sendToRunningInstance({s("tolvane://open?path=/a/b")});
+    QVERIFY(!unanswered.ok());
+    QVERIFY2(unanswered.failure().message().startsWith(s("no running instance answers")),
+             qPrintable(unanswered.errorText()));
     QVERIFY(timer.elapsed() < 1000);
+
+    // A second instance on the same name leaves the first one's socket alone and says why.
+    SingleInstance first(nobody.serverName());
+    QVERIFY(first.listen().ok());
+    SingleInstance second(nobody.serverName());
+    const Status refused = second.listen();
+    QCOMPARE(refused.errorText(), nobody.serverName() + s(": another instance answers on it"));
+    QVERIFY(second.sendToRunningInstance({s("tolvane://open?path=/a/b")}).ok());
 
     // One server per device folder.
     const QString one = SingleInstance::serverNameFor(s("/tmp/device one"));

@@ -126,6 +126,8 @@ private Q_SLOTS:
     void oddNamesAreListedAndRemovable_data();
     void oddNamesAreListedAndRemovable();
     void largeFolder();
+    void failuresAreTold_data();
+    void failuresAreTold();
     void swipeDelete_data();
     void swipeDelete();
     void stack_data();
@@ -192,10 +194,10 @@ void TestListing::listing() {
     QFETCH(QStringList, specs);
     QFETCH(QStringList, expected);
     make(m_folder, specs);
-    QStringList listed = shown(DirectoryListing::rebuildFileList(m_folder));
+    QStringList listed = shown(DirectoryListing::rebuildFileList(m_folder).value());
     listed.sort();
     QCOMPARE(listed, expected);
-    for (const PSDirectoryPickerEntry& entry : DirectoryListing::rebuildFileList(m_folder))
+    for (const PSDirectoryPickerEntry& entry : DirectoryListing::rebuildFileList(m_folder).value())
         QCOMPARE(entry.path(), m_folder + QLatin1Char('/') + entry.name());
 }
 
@@ -212,16 +214,14 @@ void TestListing::listingKeepsTheFileSystemOrder() {
     }
     ::closedir(folder);
     QStringList listed;
-    for (const PSDirectoryPickerEntry& entry : DirectoryListing::rebuildFileList(m_folder))
+    for (const PSDirectoryPickerEntry& entry : DirectoryListing::rebuildFileList(m_folder).value())
         listed.append(entry.name());
     QCOMPARE(listed, order);
     // Nothing sorts: folders and files stay mixed as the file system gave them.
     QStringList sorted = listed;
     sorted.sort();
     QVERIFY(listed != sorted);
-    QCOMPARE(DirectoryListing::rebuildFileList(m_folder).size(), 200);
-    QVERIFY(DirectoryListing::rebuildFileList(m_folder + QStringLiteral("/missing")).isEmpty());
-    QVERIFY(DirectoryListing::rebuildFileList(m_folder + QStringLiteral("/n1")).isEmpty());
+    QCOMPARE(DirectoryListing::rebuildFileList(m_folder)->size(), 200);
 }
 
 void TestListing::oddNamesAreListedAndRemovable_data() {
@@ -237,12 +237,13 @@ void TestListing::oddNamesAreListedAndRemovable() {
     const int fd = ::open(path.constData(), O_CREAT | O_WRONLY, 0644);
     QVERIFY(fd >= 0);
     ::close(fd);
-    const QList<PSDirectoryPickerEntry> entries = DirectoryListing::rebuildFileList(m_folder);
+    const QList<PSDirectoryPickerEntry> entries =
+        DirectoryListing::rebuildFileList(m_folder).value();
     QCOMPARE(entries.size(), 1);
     QCOMPARE(entries.first().nativePath(), path);
     QVERIFY(!entries.first().name().isEmpty());
-    DirectoryListing::deleteEntry(entries.first());
-    QVERIFY(DirectoryListing::rebuildFileList(m_folder).isEmpty());
+    QVERIFY(DirectoryListing::deleteEntry(entries.first()).ok());
+    QVERIFY(DirectoryListing::rebuildFileList(m_folder)->isEmpty());
 }
 
 void TestListing::largeFolder() {
@@ -259,6 +260,55 @@ void TestListing::largeFolder() {
     QCOMPARE(model.rowCount(), count);
     QCOMPARE(model.data(model.index(count - 1), DirectoryListModel::IconFileRole).toString(),
              QStringLiteral("text.png"));
+}
+
+void TestListing::failuresAreTold_data() {
+    // What is listed or removed, and the start of the message that names it. The kernel's own
+    // files refuse removal even to the superuser.
+    QTest::addColumn<QString>("listPath");
+    QTest::addColumn<QString>("listFailure");
+    QTest::addColumn<QString>("removePath");
+    QTest::addColumn<QString>("removeFailure");
+    QTest::newRow("missing") << s("missing") << s("cannot be listed: No such file") << s("missing")
+                             << QString();
+    QTest::newRow("a file") << s("file.txt") << s("cannot be listed: Not a directory")
+                            << s("/proc/self/status") << s("cannot be removed");
+    QTest::newRow("a folder of the kernel's")
+        << s("/proc/self/fd") << QString() << s("/proc/self/fd") << s("cannot be removed");
+    QTest::newRow("the root") << s("/") << QString() << s("/") << s("the root folder");
+}
+
+void TestListing::failuresAreTold() {
+    QFETCH(QString, listPath);
+    QFETCH(QString, listFailure);
+    QFETCH(QString, removePath);
+    QFETCH(QString, removeFailure);
+    make(m_folder, L({"f:file.txt"}));
+    const auto inFolder = [this](const QString& name) {
+        return name.startsWith(QLatin1Char('/')) ? name : m_folder + QLatin1Char('/') + name;
+    };
+
+    const auto list = DirectoryListing::rebuildFileList(inFolder(listPath));
+    if (listFailure.isEmpty()) {
+        QVERIFY2(list.ok(), qPrintable(list.errorText()));
+    } else {
+        QVERIFY(!list.ok());
+        QCOMPARE(list.failure().path(), inFolder(listPath));
+        QVERIFY2(list.failure().message().startsWith(listFailure), qPrintable(list.errorText()));
+    }
+
+    // A path that is already gone is no failure: the removal wanted it gone.
+    const Status removed =
+        DirectoryListing::removeItemAtPath(QFile::encodeName(inFolder(removePath)));
+    if (removeFailure.isEmpty()) {
+        QVERIFY2(removed.ok(), qPrintable(removed.errorText()));
+    } else {
+        QVERIFY(!removed.ok());
+        QVERIFY2(removed.failure().message().startsWith(removeFailure),
+                 qPrintable(removed.errorText()));
+        QVERIFY(removed.failure().path().startsWith(inFolder(removePath)));
+    }
+    QVERIFY(QFileInfo::exists(m_folder + s("/file.txt")));
 }
 
 void TestListing::swipeDelete_data() {
@@ -299,11 +349,13 @@ void TestListing::swipeDelete() {
     QFETCH(QStringList, gone);
     QFETCH(QStringList, kept);
     make(m_folder, specs.replaceInStrings(QStringLiteral("ABS"), m_folder));
-    const QList<PSDirectoryPickerEntry> entries = DirectoryListing::rebuildFileList(m_folder);
+    const QList<PSDirectoryPickerEntry> entries =
+        DirectoryListing::rebuildFileList(m_folder).value();
     const auto found = std::find_if(entries.cbegin(), entries.cend(),
                                     [&](const auto& item) { return item.name() == entry; });
     QVERIFY(found != entries.cend());
-    DirectoryListing::deleteEntry(*found);
+    const Status deleted = DirectoryListing::deleteEntry(*found);
+    QVERIFY2(deleted.ok(), qPrintable(deleted.errorText()));
     for (const QString& path : gone) {
         const QFileInfo info(m_folder + QLatin1Char('/') + path);
         QVERIFY2(!info.exists() && !info.isSymLink(), qPrintable(path));
@@ -616,7 +668,13 @@ void TestListing::openIn() {
             QCOMPARE(applications.size(), 1);
             QCOMPARE(applications.first().name, QStringLiteral("Test Viewer"));
             QCOMPARE(applications.first().iconName, QStringLiteral("document-viewer"));
-            QVERIFY(openIn.openWithApplication(applications.first().id));
+            const Status opened = openIn.openWithApplication(applications.first().id);
+            QVERIFY2(opened.ok(), qPrintable(opened.errorText()));
+            const Status unknown = openIn.openWithApplication(s("gone.desktop"));
+            QVERIFY(!unknown.ok());
+            QCOMPARE(unknown.errorText(),
+                     m_folder + QLatin1Char('/') + name +
+                         s(": no application \"gone.desktop\" opens this file"));
             openIn.documentInteractionControllerDidDismissOpenInMenu();
             QCOMPARE(done.size(), 1);
         }
@@ -642,7 +700,23 @@ void TestListing::saveToVideos() {
         QCOMPARE(save.savedPath(), videos + (copy == 1 ? QStringLiteral("/clip.mov")
                                                        : QStringLiteral("/clip 2.mov")));
         QCOMPARE(contents(save.savedPath()), QByteArray("x"));
+        QCOMPARE(save.failureText(), QString());
     }
+    // A Videos "folder" that is a file: no copy, and the reason.
+    const QString blocked = m_device.filePath(QStringLiteral("NotAFolder"));
+    QVERIFY(writeFile(blocked, "x"));
+    SaveToVideosActivity::setDestinationFolder(blocked);
+    {
+        SaveToVideosActivity failing;
+        failing.prepareWithActivityItems({QUrl::fromLocalFile(m_folder + s("/clip.mov"))});
+        QSignalSpy done(&failing, &Activity::finished);
+        failing.performActivity();
+        QVERIFY(done.wait(5000));
+        QCOMPARE(done.first().first().toBool(), false);
+        QCOMPARE(failing.savedPath(), QString());
+        QCOMPARE(failing.failureText(), blocked + s(": the folder cannot be made"));
+    }
+    SaveToVideosActivity::setDestinationFolder(videos);
     SaveToVideosActivity save;
     QVERIFY(!save.canPerformWithActivityItems(
         {QUrl::fromLocalFile(m_folder + QStringLiteral("/song.mp3"))}));

@@ -231,6 +231,9 @@ void TestImaging::decoderLimits_data() {
     QTest::newRow("a side too long")
         << pngHeaderClaiming(QSize(20000, 10))
         << QStringLiteral("too large to decode \\(20000 x 10 pixels\\)");
+    QTest::newRow("a drawing without a size")
+        << QByteArray("<svg xmlns=\"http://www.w3.org/2000/svg\"><rect width=\"10\"/></svg>")
+        << QStringLiteral("has no pixels \\(0 x 0\\)");
     QTest::newRow("empty") << QByteArray() << QStringLiteral("no image data");
     QTest::newRow("not an image") << QByteArray("<html>no picture</html>")
                                   << QStringLiteral("not an image that can be decoded");

@@ -369,6 +369,11 @@ void TestLibrary::damagedFramingIsRefused_data() {
     QTest::newRow("moov longer than the file")
         << s("track3of10.m4a") << QByteArray("moov") << -4 << QByteArray("\x7f\xff\xff\xff", 4)
         << s("\"moov\" box declares 2147483647 bytes");
+    // The padding after the tags claims a mebibyte the file does not have: taken as room for
+    // the tags, it would pad the copy to that size.
+    QTest::newRow("padding after the tags past the end")
+        << s("track3of10.m4a") << QByteArray() << -8 << QByteArray("\0\x10\0\x08", 4)
+        << s("\"free\" box declares 1048584 bytes");
     QTest::newRow("ID3 tag longer than the file")
         << s("id3v24.mp3") << QByteArray("ID3") << 6 << QByteArray("\x7f\x7f\x7f\x7f", 4)
         << s("ID3 tag declares");

@@ -66,6 +66,8 @@ private Q_SLOTS:
     void badFiles();
     void notOrdinaryFiles_data();
     void notOrdinaryFiles();
+    void readAllStopsAtItsLimit_data();
+    void readAllStopsAtItsLimit();
     void otherTopLevels_data();
     void otherTopLevels();
     void orderedDictionaryKeepsFileOrder();
@@ -309,6 +311,39 @@ void TestPlatform::notOrdinaryFiles() {
     QVERIFY2(read.errorText().contains(cause), qPrintable(read.errorText()));
     QCOMPARE(read.failure().path(), path);
     QVERIFY(!RegularFile::check(path).ok());
+}
+
+void TestPlatform::readAllStopsAtItsLimit_data() {
+    QTest::addColumn<qint64>("size");
+    QTest::addColumn<qint64>("limit");
+    QTest::newRow("empty") << qint64(0) << qint64(10);
+    QTest::newRow("at the limit") << qint64(10) << qint64(10);
+    QTest::newRow("a byte past it") << qint64(11) << qint64(10);
+    // Read in more than one piece.
+    QTest::newRow("several pieces") << qint64(200'000) << qint64(300'000);
+    QTest::newRow("several pieces, at the limit") << qint64(200'000) << qint64(200'000);
+    QTest::newRow("several pieces, a byte past") << qint64(200'001) << qint64(200'000);
+}
+
+void TestPlatform::readAllStopsAtItsLimit() {
+    QFETCH(qint64, size);
+    QFETCH(qint64, limit);
+    QTemporaryDir dir;
+    const QString path = dir.filePath(s("data"));
+    QByteArray content(size, Qt::Uninitialized);
+    for (qint64 i = 0; i < size; ++i)
+        content[i] = char('a' + i % 26);
+    QVERIFY(writeFile(path, content));
+
+    const Result<QByteArray> read = RegularFile::readAll(path, limit);
+    if (size <= limit) {
+        QVERIFY2(read.ok(), qPrintable(read.errorText()));
+        QCOMPARE(*read, content);
+    } else {
+        QVERIFY(!read.ok());
+        QVERIFY2(read.failure().message().startsWith(s("too large")), qPrintable(read.errorText()));
+        QCOMPARE(read.failure().path(), path);
+    }
 }
 
 void TestPlatform::otherTopLevels_data() {

@@ -116,7 +116,8 @@ void PSDirectoryListViewController::tableViewCommitDelete(int row) {
     QPointer<PSDirectoryListViewController> self(this);
     // A folder may hold many files: the removal runs off the main thread.
     QThreadPool::globalInstance()->start([self, entry] {
-        DirectoryListing::deleteEntry(entry);
+        ignoreFailure(DirectoryListing::deleteEntry(entry),
+                      "a removal that fails leaves the row, which the new listing shows");
         QMetaObject::invokeMethod(
             QCoreApplication::instance(),
             [self] {
@@ -169,9 +170,13 @@ void PSDirectoryListViewController::showOpenInMenu(OpenInActivity* activity,
     for (const OpenInApplication& application : applications) {
         QAction* action = menu->addAction(QIcon::fromTheme(application.iconName), application.name);
         const QString id = application.id;
-        connect(action, &QAction::triggered, this, [guard, id] {
-            if (guard)
-                guard->openWithApplication(id);
+        const QString name = application.name;
+        connect(action, &QAction::triggered, this, [this, guard, id, name] {
+            if (!guard)
+                return;
+            if (const Status opened = guard->openWithApplication(id); !opened) {
+                AlertController::alert(name, opened.failure().message(), {localized("OK")}, this);
+            }
         });
     }
     // The menu's end comes after its choice has been handled.

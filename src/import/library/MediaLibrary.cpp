@@ -17,7 +17,6 @@
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
-#include <QLoggingCategory>
 #include <QUuid>
 
 #include <cerrno>
@@ -31,17 +30,18 @@ namespace tolvane {
 
 namespace {
 
-Q_LOGGING_CATEGORY(lcLibrary, "tolvane.library")
-
 QString systemError() {
     return QString::fromLocal8Bit(std::strerror(errno));
 }
 
 // A folder's new entry on the disk; a failure only weakens what a power cut leaves.
-bool syncDirectory(const QString& directory) {
+Status syncDirectory(const QString& directory) {
     const FileDescriptor fd(
         ::open(QFile::encodeName(directory).constData(), O_RDONLY | O_DIRECTORY));
-    return fd.get() >= 0 && ::fsync(fd.get()) == 0;
+    if (fd.get() < 0 || ::fsync(fd.get()) != 0)
+        return Failure(QStringLiteral("the folder cannot be flushed: %1").arg(systemError()),
+                       directory);
+    return {};
 }
 
 bool exists(const QString& path) {
@@ -263,8 +263,8 @@ Result<LibraryItem> MediaLibrary::importFile(const QVariantMap& record) {
                 Failure(QStringLiteral("the item cannot be filed: %1").arg(systemError()), target));
         }
     }
-    if (!syncDirectory(folder))
-        qCWarning(lcLibrary).noquote() << folder << QStringLiteral("cannot be flushed");
+    ignoreFailure(syncDirectory(folder),
+                  "the item is filed whole; only its name may wait for the disk a little longer");
     // When the row cannot be finished, the file is complete and the next recovery finishes it.
     if (Status finished = catalogue->finishItem(id); !finished)
         return finished.failure();
