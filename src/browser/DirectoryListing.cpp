@@ -1,5 +1,7 @@
 #include "DirectoryListing.h"
 
+#include "platform/Paths.h"
+
 #include <QFile>
 
 #include <cerrno>
@@ -62,15 +64,14 @@ QByteArray canonical(const QByteArray& path) {
     return result;
 }
 
-// True when removing `target` would take `inside` with it (or is the whole file system).
-bool holds(const QByteArray& target, const QByteArray& inside) {
-    const QByteArray outer = canonical(target);
-    if (outer.isEmpty())
+// True when the path names a regular file (after following links) inside the folder.
+bool isRegularFileInside(const QByteArray& path, const QByteArray& folder) {
+    struct stat info {};
+    if (::stat(path.constData(), &info) != 0 || !S_ISREG(info.st_mode))
         return false;
-    if (outer == "/")
-        return true;
-    const QByteArray inner = canonical(inside);
-    return !inner.isEmpty() && (inner == outer || inner.startsWith(outer + '/'));
+    const QByteArray file = canonical(path);
+    const QByteArray root = canonical(folder);
+    return !file.isEmpty() && !root.isEmpty() && root != "/" && file.startsWith(root + '/');
 }
 
 Failure systemFailure(const QByteArray& nativePath, const char* what, int error) {
@@ -140,7 +141,12 @@ QByteArray DirectoryListing::companionArtworkPath(const QByteArray& target) {
 }
 
 Status DirectoryListing::deleteEntry(const PSDirectoryPickerEntry& entry) {
+    return deleteEntry(entry, Paths::userRoot());
+}
+
+Status DirectoryListing::deleteEntry(const PSDirectoryPickerEntry& entry, const QString& userRoot) {
     const QByteArray path = entry.nativePath();
+    const QByteArray root = QFile::encodeName(userRoot);
     std::optional<Failure> first;
     const auto keepFirst = [&first](const Status& status) {
         if (!status && !first)
@@ -148,10 +154,10 @@ Status DirectoryListing::deleteEntry(const PSDirectoryPickerEntry& entry) {
     };
     if (isSymbolicLink(path)) {
         const QByteArray target = resolvedPath(path);
-        if (target != path && !holds(target, parentOf(path))) {
+        if (target != path && isRegularFileInside(target, root)) {
             keepFirst(removeItemAtPath(target));
             const QByteArray artwork = companionArtworkPath(target);
-            if (::access(artwork.constData(), F_OK) == 0)
+            if (isRegularFileInside(artwork, root))
                 keepFirst(removeItemAtPath(artwork));
         }
     }

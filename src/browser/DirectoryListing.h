@@ -28,10 +28,12 @@ public:
     static QByteArray companionArtworkPath(const QByteArray& target);
 
     // Removes the entry: for a link, first its destination and the destination's companion
-    // artwork, then the link; anything else with all it holds. A destination that is "/" or
-    // holds the link itself is left alone, and only the link goes. The first failure, after
-    // removing all that could be removed.
+    // artwork, then the link; anything else with all it holds. Through a link only a regular
+    // file inside the user root goes (the browser's stored copy of a download, and its
+    // artwork): never a folder, never anything outside the user root; the link itself always
+    // goes. The first failure, after removing all that could be removed.
     static Status deleteEntry(const PSDirectoryPickerEntry& entry);
+    static Status deleteEntry(const PSDirectoryPickerEntry& entry, const QString& userRoot);
 
     // Removes a file, a link (never what it points to) or a folder with everything in it. A
     // path that is not there is no failure; the first item that could not be removed is.

@@ -171,7 +171,8 @@ void TestListing::initTestCase() {
 
 void TestListing::init() {
     static int run = 0;
-    m_folder = m_device.filePath(QStringLiteral("case%1/list").arg(++run));
+    // Inside the user root, as the download folder is.
+    m_folder = m_device.filePath(QStringLiteral("var/mobile/case%1/list").arg(++run));
     QVERIFY(QDir().mkpath(m_folder));
 }
 
@@ -341,6 +342,21 @@ void TestListing::swipeDelete_data() {
         << L({"f:keep", "l:up>ABS/.."}) << s("up") << L({"up"}) << L({"keep"});
     QTest::newRow("plain file") << L({"f:a.mp3", "f:keep"}) << s("a.mp3") << L({"a.mp3"})
                                 << L({"keep"});
+    // Through a link only a regular file inside the user root goes; the link always does.
+    QTest::newRow("link to a folder")
+        << L({"d:../dl/sub", "f:../dl/sub/x.mp3", "l:lnk>ABS/../dl/sub"}) << s("lnk") << L({"lnk"})
+        << L({"../dl/sub/x.mp3"});
+    QTest::newRow("link to the user root")
+        << L({"f:keep", "l:home>ABS/../../../mobile"}) << s("home") << L({"home"})
+        << L({"keep", "../../../mobile"});
+    QTest::newRow("link to /") << L({"f:keep", "l:top>/"}) << s("top") << L({"top"}) << L({"keep"});
+    QTest::newRow("link to a file outside the user root")
+        << L({"f:../../../outside.mp3", "l:out>ABS/../../../outside.mp3"}) << s("out") << L({"out"})
+        << L({"../../../outside.mp3"});
+    QTest::newRow("link to a link to a file")
+        << L({"d:../dl", "f:../dl/song.mp3", "l:../dl/alias.mp3>song.mp3",
+              "l:chain>ABS/../dl/alias.mp3"})
+        << s("chain") << L({"chain", "../dl/alias.mp3"}) << L({"../dl/song.mp3"});
 }
 
 void TestListing::swipeDelete() {
