@@ -9,6 +9,7 @@
 #include "browser/ui/PSDirectoryListViewController.h"
 #include "browser/ui/PSDirectoryPickerController.h"
 #include "import/ui/ImportViewController.h"
+#include "platform/Inbox.h"
 #include "platform/Paths.h"
 #include "platform/ui/MainWindow.h"
 #include "platform/ui/NavigationController.h"
@@ -95,6 +96,29 @@ void BM_HandoffToEditorShown(benchmark::State& state) {
     }
 }
 BENCHMARK(BM_HandoffToEditorShown)->Unit(benchmark::kMillisecond)->UseRealTime()->Iterations(20);
+
+void BM_EnterVideoIntoInbox(benchmark::State& state) {
+    // "Open With" of a 2 GB video from the user's folder, on the Inbox's file system: the
+    // entry is a link, so its time does not grow with the file.
+    QTemporaryDir home;
+    const QString video = home.filePath(QStringLiteral("Concert.mp4"));
+    {
+        QFile file(video);
+        if (!file.open(QIODevice::WriteOnly) || !file.resize(qint64(2) << 30)) {
+            state.SkipWithError("cannot make the video");
+            return;
+        }
+    }
+    const Inbox inbox(home.filePath(QStringLiteral("Inbox")));
+    for (auto _ : state) {
+        const Result<QString> entry = inbox.enter(video);
+        state.PauseTiming();
+        if (!entry || !inbox.remove(*entry))
+            state.SkipWithError("the video was not entered and removed");
+        state.ResumeTiming();
+    }
+}
+BENCHMARK(BM_EnterVideoIntoInbox)->Unit(benchmark::kMicrosecond)->UseRealTime();
 
 void BM_MemoryAfterBrowsingAndSearching(benchmark::State& state) {
     // A folder of 10,000 files and a search service of 500 results with their thumbnails.

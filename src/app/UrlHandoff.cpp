@@ -1,5 +1,6 @@
 #include "UrlHandoff.h"
 
+#include "app/FileUrl.h"
 #include "app/HandoffTarget.h"
 #include "app/PercentEscapes.h"
 #include "app/Preferences.h"
@@ -9,8 +10,6 @@
 #include "platform/MetadataKeys.h"
 #include "platform/PathString.h"
 #include "platform/Paths.h"
-
-#include <QUrl>
 
 namespace tolvane {
 
@@ -23,10 +22,6 @@ HandoffAction rejected() {
     return {};
 }
 
-bool isFileUrl(const QString& text) {
-    return QUrl(text).scheme().compare(QLatin1String("file"), Qt::CaseInsensitive) == 0;
-}
-
 // A store file name must stay inside the preferences folder.
 bool isSafeStoreName(const QString& name) {
     return !name.isEmpty() && !name.contains(QLatin1Char('/')) && name != QLatin1String("..") &&
@@ -34,15 +29,13 @@ bool isSafeStoreName(const QString& name) {
 }
 
 HandoffAction openIn(const QString& text) {
-    if (!isFileUrl(text))
+    // Read as a URL: a URL that names no absolute local path names nothing to open, or to
+    // delete on Cancel.
+    const Result<QString> path = FileUrl::localPath(text);
+    if (!path)
         return rejected();
-    const std::optional<QString> unescaped = replacingPercentEscapes(text);
-    if (!unescaped)
-        return rejected();
-    QString path = *unescaped;
-    path.remove(QStringLiteral("file://"));
-    return HandoffAction{HandoffAction::Kind::OpenIn, path, QString(),
-                         UrlHandoff::openInRecord(path)};
+    return HandoffAction{HandoffAction::Kind::OpenIn, *path, QString(),
+                         UrlHandoff::openInRecord(*path)};
 }
 
 // The recorded-download form, or nothing when the store cannot give one.

@@ -115,12 +115,9 @@ int main(int argc, char** argv) {
     app.setLaunchPauseEnabled(!parser.isSet(noLaunchDelay) && !parser.isSet(quitWhenShown));
     app.application(&app, QVariantMap());
 
-    const auto handOver = [&app](const QStringList& texts) {
-        for (const QString& text : texts)
-            app.application(&app, text, QString(), QVariant());
-    };
-    QObject::connect(&instance, &SingleInstance::messageReceived, &app, handOver);
-    handOver(handoffs);
+    QObject::connect(&instance, &SingleInstance::messageReceived, &app,
+                     &TolvaneApplication::receive);
+    app.receive(handoffs);
 
     if (parser.isSet(quitWhenShown)) {
         QTimer::singleShot(0, &app, [&app, &sinceStart] {

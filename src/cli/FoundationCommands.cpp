@@ -1,9 +1,12 @@
 #include "app/DemoDevice.h"
+#include "app/HandoffReceiver.h"
+#include "app/LaunchArguments.h"
 #include "app/Preferences.h"
 #include "app/UrlHandoff.h"
 #include "browser/FileTypeTable.h"
 #include "cli/Command.h"
 
+#include <QDir>
 #include <QFileInfo>
 #include <QVariantMap>
 
@@ -29,11 +32,24 @@ QVariant orNull(const QString& text) {
     return text.isNull() ? QVariant() : QVariant(text);
 }
 
+const QCommandLineOption receiveOption(
+    QStringLiteral("receive"),
+    QStringLiteral("Receive it as the application does: a file (or file: URL) is first entered "
+                   "into the Inbox, and the hand-off works on that entry."));
+
 int handoff(const QCommandLineParser& parser, Format format) {
     const QStringList arguments = parser.positionalArguments();
     if (arguments.size() != 1)
         return fail(QStringLiteral("handoff takes exactly one URL"));
-    const HandoffAction action = UrlHandoff::resolve(arguments.first());
+    QString text = arguments.first();
+    if (parser.isSet(receiveOption)) {
+        const Result<QString> received =
+            HandoffReceiver().receive(handoffTextForArgument(text, QDir::currentPath()));
+        if (!received)
+            return fail(received.errorText());
+        text = *received;
+    }
+    const HandoffAction action = UrlHandoff::resolve(text);
     const QString name = actionName(action.kind);
     print(
         QVariantMap{
@@ -88,9 +104,9 @@ int demo(const QCommandLineParser& parser, Format format) {
 
 QList<Command> foundationCommands() {
     return {
-        {QStringLiteral("handoff"), QStringLiteral("handoff [--root DIR] URL"),
-         QStringLiteral("What the application would do with a hand-off URL or file URL."), nullptr,
-         handoff},
+        {QStringLiteral("handoff"), QStringLiteral("handoff [--root DIR] [--receive] URL|FILE"),
+         QStringLiteral("What the application would do with a hand-off URL or file URL."),
+         [](QCommandLineParser& parser) { parser.addOption(receiveOption); }, handoff},
         {QStringLiteral("destination"), QStringLiteral("destination [--root DIR]"),
          QStringLiteral("The folder the file browser opens in."), nullptr, destination},
         {QStringLiteral("icon"), QStringLiteral("icon [--root DIR] EXT"),

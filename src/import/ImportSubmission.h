@@ -45,6 +45,15 @@ public:
     // The path Cancel passes: none for a recorded download (its file is kept), the record's
     // path otherwise (the main screen deletes a file another application handed over).
     static QString cancelPath(const QVariantMap& importDict);
+
+    // The year the editor shows: the year of the file's creation date, or nothing.
+    static QString shownYear(const QVariantMap& importDict);
+    // What the library gets when the Year field was never edited: the year shown, or no year
+    // at all (the copy then keeps the file's own date).
+    static void writeShownYear(QVariantMap& importDict);
+
+    // The one line an alert shows when an import failed, from what the library said.
+    static QString failureText(const Failure& failure, const QVariantMap& importDict);
 };
 
 } // namespace tolvane

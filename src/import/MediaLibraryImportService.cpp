@@ -48,7 +48,7 @@ Result<LibraryItem> LoggingImporter::importFile(const QVariantMap& record) {
             QStringLiteral("<%1 bytes>").arg(metadata.value(imageData).toByteArray().size()));
     shown.insert(QStringLiteral("metadata"), metadata);
     qCInfo(logImport).noquote() << "import" << shown;
-    return LibraryItem{record.value(QStringLiteral("path")).toString(), -1};
+    return LibraryItem{record.value(QStringLiteral("path")).toString(), -1, true};
 }
 
 } // namespace tolvane

@@ -13,6 +13,9 @@ namespace tolvane {
 struct LibraryItem {
     QString path;   // the item's file in the library
     qint64 id = -1; // its catalogue row
+    // False when the file's format carries no tags the tag library can write: the values live
+    // in the catalogue row only.
+    bool tagged = true;
 };
 
 // Something that takes an import record ({"mediaKind", "path", "metadata", ...}) into a

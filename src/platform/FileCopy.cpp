@@ -1,4 +1,4 @@
-#include "import/library/FileCopy.h"
+#include "platform/FileCopy.h"
 
 #include <cerrno>
 #include <cstring>
@@ -17,8 +17,10 @@ namespace {
 constexpr qint64 stepBytes = 16 * 1024 * 1024;
 
 Failure systemError(const char* what) {
+    const int error = errno;
     return Failure(QStringLiteral("%1: %2").arg(QLatin1String(what),
-                                                QString::fromLocal8Bit(std::strerror(errno))));
+                                                QString::fromLocal8Bit(std::strerror(error))),
+                   QString(), error);
 }
 
 bool fullDisk(int error) {

@@ -111,6 +111,10 @@ QString Paths::photoLibraryFolder() {
     return joined(userRoot(), "Media/DCIM");
 }
 
+QString Paths::inboxFolder() {
+    return joined(userRoot(), "Documents/Inbox");
+}
+
 QString Paths::userRootFirstComponent() {
     const QStringList parts = userRoot().split(QLatin1Char('/'), Qt::SkipEmptyParts);
     return parts.isEmpty() ? QString() : parts.first();

@@ -29,6 +29,10 @@ public:
     static QString iconsFolder();
     // The user's photo library ("<user root>/Media/DCIM"), where the artwork chooser opens.
     static QString photoLibraryFolder();
+    // Where files handed over by other applications are entered before they are opened
+    // ("<user root>/Documents/Inbox"): the application works on its own entry, never on the
+    // sender's file.
+    static QString inboxFolder();
 
     // The first component of the user root ("var" on the device): the picker starts its
     // stack of folders there.

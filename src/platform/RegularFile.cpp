@@ -66,10 +66,10 @@ Result<FileDescriptor> RegularFile::openForReading(const QString& path) {
         return Failure(QStringLiteral("the path holds a NUL character"), path);
     FileDescriptor fd(::open(native.constData(), O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC));
     if (fd.get() < 0)
-        return Failure(systemError(errno), path);
+        return Failure(systemError(errno), path, errno);
     struct stat status {};
     if (::fstat(fd.get(), &status) != 0)
-        return Failure(systemError(errno), path);
+        return Failure(systemError(errno), path, errno);
     if (!S_ISREG(status.st_mode))
         return Failure(kindOf(status.st_mode) + QStringLiteral(", not a file that can be read"),
                        path);

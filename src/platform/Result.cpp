@@ -19,9 +19,10 @@ QString oneLine(QString text) {
 
 } // namespace
 
-Failure::Failure(QString message, QString path)
+Failure::Failure(QString message, QString path, int systemError)
     : m_message(oneLine(std::move(message)))
-    , m_path(std::move(path)) {}
+    , m_path(std::move(path))
+    , m_systemError(systemError) {}
 
 QString Failure::text() const {
     if (m_path.isEmpty())

@@ -8,21 +8,25 @@
 
 namespace tolvane {
 
-// Why an operation at an I/O boundary did not succeed: one line of text, and the path it
-// concerns when there is one.
+// Why an operation at an I/O boundary did not succeed: one line of text, the path it concerns
+// when there is one, and the system's error number when the system said no (so that a screen
+// can tell a full disk from a vanished file without reading the text).
 class Failure {
 public:
-    explicit Failure(QString message, QString path = {});
+    explicit Failure(QString message, QString path = {}, int systemError = 0);
 
     // The cause, without the path ("no such file").
     const QString& message() const { return m_message; }
     const QString& path() const { return m_path; }
+    // The errno value behind the failure, or 0.
+    int systemError() const { return m_systemError; }
     // The cause with its path in front when there is one ("/a/b.plist: no such file").
     QString text() const;
 
 private:
     QString m_message;
     QString m_path;
+    int m_systemError = 0;
 };
 
 // The outcome of an operation that can fail: a value (or, for Result<void>, nothing) or a

@@ -3,6 +3,7 @@
 // library item read back with the project's own reader, the source kept or deleted.
 
 #include "HttpTestServer.h"
+#include "ScopedMount.h"
 #include "TestSupport.h"
 #include "app/DemoDevice.h"
 #include "app/ui/TolvaneApplication.h"
@@ -18,6 +19,7 @@
 #include "import/ui/ImportViewController.h"
 #include "overlay/MBProgressHUD.h"
 #include "platform/Paths.h"
+#include "platform/ui/AlertController.h"
 #include "platform/ui/GroupedTableView.h"
 #include "platform/ui/ImageButton.h"
 #include "platform/ui/MainWindow.h"
@@ -30,6 +32,7 @@
 #include "search/ui/GoogleImagesCollectionVC.h"
 
 #include <QBuffer>
+#include <QCryptographicHash>
 #include <QDir>
 #include <QLabel>
 #include <QPointer>
@@ -95,7 +98,9 @@ private Q_SLOTS:
     void init();
     void recordedDownloadWithSearchedArtwork();
     void recordedVideoFromTracksStore();
-    void openInCancelledDeletesTheFile();
+    void openWithWorksOnTheInboxEntry_data();
+    void openWithWorksOnTheInboxEntry();
+    void handedOverFilesThatCannotBeEntered();
     void browseThenHandOffTakesThePickerDown();
     void browsedFileImportedToVideos();
 
@@ -244,28 +249,80 @@ void TestEndToEnd::recordedVideoFromTracksStore() {
     QVERIFY(QFileInfo::exists(m_downloads + s("/harbour.mp4")));
 }
 
-void TestEndToEnd::openInCancelledDeletesTheFile() {
-    const QString handedOver = m_downloads + s("/Handed Over.m4a");
-    QVERIFY(QFile::copy(m_downloads + s("/Morning Run.m4a"), handedOver));
-    QVERIFY(handOver(QUrl::fromLocalFile(handedOver).toString()));
+void TestEndToEnd::openWithWorksOnTheInboxEntry_data() {
+    QTest::addColumn<bool>("otherFileSystem");
+    QTest::addColumn<bool>("import");
+    QTest::newRow("cancelled") << false << false;
+    QTest::newRow("imported") << false << true;
+    QTest::newRow("another file system, cancelled") << true << false;
+    QTest::newRow("another file system, imported") << true << true;
+}
+
+void TestEndToEnd::openWithWorksOnTheInboxEntry() {
+    // "Open With" from a file manager: the user's own file, outside the application's Inbox.
+    QFETCH(bool, otherFileSystem);
+    QFETCH(bool, import);
+    const ScopedMount mount(8 * 1024 * 1024);
+    if (otherFileSystem && !mount.isMounted())
+        QSKIP("another file system is a small one mounted for the test; that needs the right to "
+              "mount");
+    QTemporaryDir home;
+    const QString music = otherFileSystem ? mount.path() : home.filePath(s("Music"));
+    const QString mine = music + s("/Keep Me.m4a");
+    QVERIFY(writeFile(mine, contents(m_downloads + s("/Morning Run.m4a"))));
+    const QByteArray before = QCryptographicHash::hash(contents(mine), QCryptographicHash::Sha256);
+    const QString inbox = Paths::inboxFolder();
+    const auto libraryItems = [] {
+        return MediaLibrary(MediaLibrary::defaultFolder()).items().valueOr({}).size();
+    };
+    const qsizetype itemsBefore = libraryItems();
+
+    TolvaneApplication::instance()->receive({QUrl::fromLocalFile(mine).toString()});
     QTRY_VERIFY(shownEditor());
     ImportViewController* editor = shownEditor();
-    QVERIFY(!editor->importDict().contains(s("isNotOpenIn")));
-    QCOMPARE(editor->importDict().value(s("path")).toString(), handedOver);
+    const QString entry = editor->importDict().value(s("path")).toString();
+    QCOMPARE(QFileInfo(entry).absolutePath(), inbox);
+    QCOMPARE(QFileInfo(entry).fileName(), s("Keep Me.m4a"));
 
-    click(editor->navigationItem()->leftBarButton());
-    // Deleted once the editor has left the screen, not before.
-    QTRY_VERIFY(!presentedOverMain());
-    QTRY_VERIFY(!QFileInfo::exists(handedOver));
-    QVERIFY(QFileInfo::exists(m_downloads + s("/Morning Run.m4a")));
+    if (import) {
+        importAndWait(editor);
+        QCOMPARE(libraryItems(), itemsBefore + 1);
+    } else {
+        click(editor->navigationItem()->leftBarButton());
+        QTRY_VERIFY(!presentedOverMain());
+    }
+    // The entry goes after both; the user's file stays as it was.
+    QTRY_VERIFY(!QFileInfo::exists(entry));
+    QVERIFY(QDir(inbox).isEmpty());
+    QCOMPARE(QCryptographicHash::hash(contents(mine), QCryptographicHash::Sha256), before);
+}
 
-    // A folder handed over the same way opens the editor too, but declining it keeps it.
-    QVERIFY(handOver(QUrl::fromLocalFile(m_downloads + s("/Podcasts")).toString()));
+void TestEndToEnd::handedOverFilesThatCannotBeEntered() {
+    // A folder, a file gone before it could be entered: an alert says so, no editor opens, and
+    // nothing is deleted.
+    QTemporaryDir home;
+    QVERIFY(writeFile(home.filePath(s("Folder/inside.mp3")), "x"));
+    MainWindow* window = TolvaneApplication::instance()->window();
+    for (const QString& path : {home.filePath(s("Folder")), home.filePath(s("gone.mp3"))}) {
+        TolvaneApplication::instance()->receive({QUrl::fromLocalFile(path).toString()});
+        AlertController* alert = nullptr;
+        QTRY_VERIFY((alert = window->findChild<AlertController*>()) != nullptr);
+        QVERIFY2(alert->message().startsWith(path + s(": ")), qPrintable(alert->message()));
+        QVERIFY(!shownEditor());
+        alert->dismissWithClickedButtonIndex(0);
+        QTRY_VERIFY(!window->findChild<AlertController*>());
+    }
+    QVERIFY(QFileInfo::exists(home.filePath(s("Folder/inside.mp3"))));
+
+    // A path handed straight to the hand-off, past the Inbox, is never deleted by a Cancel.
+    const QString outside = home.filePath(s("Outside.m4a"));
+    QVERIFY(QFile::copy(m_downloads + s("/Morning Run.m4a"), outside));
+    QVERIFY(handOver(QUrl::fromLocalFile(outside).toString()));
     QTRY_VERIFY(shownEditor());
     click(shownEditor()->navigationItem()->leftBarButton());
     QTRY_VERIFY(!presentedOverMain());
     QTest::qWait(100);
-    QVERIFY(QFileInfo::exists(m_downloads + s("/Podcasts/Episode 12 - Open Water.m4a")));
+    QVERIFY(QFileInfo::exists(outside));
 }
 
 void TestEndToEnd::browseThenHandOffTakesThePickerDown() {

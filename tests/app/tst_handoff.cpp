@@ -1,4 +1,7 @@
+#include "ScopedMount.h"
 #include "TestSupport.h"
+#include "app/FileUrl.h"
+#include "app/HandoffReceiver.h"
 #include "app/HandoffTarget.h"
 #include "app/LaunchArguments.h"
 #include "app/MainScreenLayout.h"
@@ -6,6 +9,7 @@
 #include "app/Preferences.h"
 #include "app/UrlHandoff.h"
 #include "platform/Device.h"
+#include "platform/Inbox.h"
 #include "platform/MetadataKeys.h"
 #include "platform/Paths.h"
 
@@ -14,6 +18,9 @@
 #include <QRegularExpression>
 #include <QTemporaryDir>
 #include <QTest>
+#include <QUrl>
+
+#include <sys/stat.h>
 
 using namespace tolvane;
 using namespace tolvane::test;
@@ -97,6 +104,16 @@ private Q_SLOTS:
     void percentEscapes();
     void launchArguments_data();
     void launchArguments();
+
+    void fileUrls_data();
+    void fileUrls();
+    void inboxLinksOnTheSameFileSystem();
+    void inboxCopiesAcrossFileSystems();
+    void inboxRefuses_data();
+    void inboxRefuses();
+    void inboxRemovesOnlyItsEntries();
+    void receiverEntersFiles_data();
+    void receiverEntersFiles();
     void hintLayout_data();
     void hintLayout();
 
@@ -200,6 +217,13 @@ void TestHandoff::perform_data() {
     row("tracks store empty name", tracks("t1", ""), "");
     row("file URL not UTF-8", s("file:///tmp/bad%FF.mp3"), "");
     row("file URL broken escape", s("file:///tmp/100%.mp3"), "");
+    // A file URL that names no absolute local path names nothing to open or delete.
+    row("file URL of another host", s("file://server/etc/x.mp3"), "");
+    row("file URL, relative", s("file:tmp/x.mp3"), "");
+    row("file URL without a path", s("file://localhost"), "");
+    row("file URL with a NUL", s("file:///tmp/a%00.mp3"), "");
+    row("file URL with a query", s("file:///tmp/a.mp3?x=1"), "");
+    row("file URL with a fragment", s("file:///tmp/a.mp3#t=3"), "");
 }
 
 void TestHandoff::perform() {
@@ -265,6 +289,16 @@ void TestHandoff::openIn_data() {
     QTest::newRow("icon file missing") << s("file:///t/a.xyz") << 1.0 << s("/t/a.xyz") << QString();
     QTest::newRow("UTF-8 escapes")
         << s("file:///t/%C3%9Cbung%20%231.m4a") << 1.0 << s("/t/Übung #1.m4a") << s("audio.png");
+    // Read as URLs: scheme in any case, the local host named or not.
+    QTest::newRow("scheme in capitals")
+        << s("FILE:///t/a.mp3") << 1.0 << s("/t/a.mp3") << s("audio.png");
+    QTest::newRow("localhost") << s("file://localhost/etc/x.mp3") << 1.0 << s("/etc/x.mp3")
+                               << s("audio.png");
+    QTest::newRow("LOCALHOST, mixed scheme")
+        << s("File://LOCALHOST/t/a.mp3") << 1.0 << s("/t/a.mp3") << s("audio.png");
+    QTest::newRow("one slash") << s("file:/t/a.mp3") << 1.0 << s("/t/a.mp3") << s("audio.png");
+    QTest::newRow("escapes decoded once")
+        << s("file:///t/a%2520b.mp3") << 1.0 << s("/t/a%20b.mp3") << s("audio.png");
 }
 
 void TestHandoff::openIn() {
@@ -483,6 +517,204 @@ void TestHandoff::hintLayout() {
     QFETCH(QSizeF, text);
     QTEST(MainScreenLayout::hintTextBox(view.width(), pad), "box");
     QTEST(MainScreenLayout::hintFrame(view, text, pad), "frame");
+}
+
+void TestHandoff::fileUrls_data() {
+    QTest::addColumn<QString>("url");
+    QTest::addColumn<QString>("path");    // empty when refused
+    QTest::addColumn<QString>("refusal"); // the start of the reason
+    QTest::newRow("three slashes") << s("file:///a/b.mp3") << s("/a/b.mp3") << QString();
+    QTest::newRow("capitals") << s("FILE:///a/b.mp3") << s("/a/b.mp3") << QString();
+    QTest::newRow("localhost") << s("file://localhost/etc/x") << s("/etc/x") << QString();
+    QTest::newRow("LocalHost") << s("file://LocalHost/x") << s("/x") << QString();
+    QTest::newRow("one slash") << s("file:/a/b") << s("/a/b") << QString();
+    QTest::newRow("escapes") << s("file:///a%20b/%C3%BC.mp3") << s("/a b/ü.mp3") << QString();
+    QTest::newRow("decoded once") << s("file:///a%2520b") << s("/a%20b") << QString();
+    QTest::newRow("escaped slash") << s("file:///a%2Fb") << s("/a/b") << QString();
+    QTest::newRow("another host") << s("file://server/x") << QString() << s("the host");
+    QTest::newRow("relative") << s("file:x/y.mp3") << QString() << s("not an absolute");
+    QTest::newRow("host only") << s("file://localhost") << QString() << s("no path");
+    QTest::newRow("NUL") << s("file:///a%00b") << QString() << s("the path holds a NUL");
+    QTest::newRow("query") << s("file:///a?b") << QString() << s("a query");
+    QTest::newRow("malformed escape") << s("file:///a%ZZ") << QString() << s("escapes");
+    QTest::newRow("not UTF-8") << s("file:///%FF") << QString() << s("escapes");
+    QTest::newRow("another scheme") << s("https://x/y") << QString() << s("another scheme");
+}
+
+void TestHandoff::fileUrls() {
+    QFETCH(QString, url);
+    QFETCH(QString, path);
+    QFETCH(QString, refusal);
+    const Result<QString> read = FileUrl::localPath(url);
+    if (path.isEmpty()) {
+        QVERIFY(!read.ok());
+        QVERIFY2(read.failure().message().contains(refusal), qPrintable(read.errorText()));
+        QCOMPARE(read.failure().path(), url);
+        return;
+    }
+    QVERIFY2(read.ok(), qPrintable(read.errorText()));
+    QCOMPARE(*read, path);
+    // And back: the URL of the path reads as the same path.
+    QCOMPARE(FileUrl::localPath(FileUrl::fromLocalPath(path)).valueOr(QString()), path);
+}
+
+namespace {
+
+struct stat statOf(const QString& path) {
+    struct stat info {};
+    ::stat(QFile::encodeName(path).constData(), &info);
+    return info;
+}
+
+} // namespace
+
+void TestHandoff::inboxLinksOnTheSameFileSystem() {
+    QTemporaryDir dir;
+    const QString mine = dir.filePath(s("Music/Keep Me.mp3"));
+    QVERIFY(writeFile(mine, "the user's own bytes"));
+    const Inbox inbox(dir.filePath(s("Documents/Inbox")));
+
+    const Result<QString> first = inbox.enter(mine);
+    QVERIFY2(first.ok(), qPrintable(first.errorText()));
+    QCOMPARE(*first, inbox.folder() + s("/Keep Me.mp3"));
+    // A link: the same file, no copy.
+    QCOMPARE(statOf(*first).st_ino, statOf(mine).st_ino);
+    QVERIFY(inbox.holds(*first));
+    QVERIFY(!inbox.holds(mine));
+
+    // The same name again gets a name of its own; an entry is passed on as it is.
+    QCOMPARE(inbox.enter(mine).valueOr(QString()), inbox.folder() + s("/Keep Me-1.mp3"));
+    QCOMPARE(inbox.enter(mine).valueOr(QString()), inbox.folder() + s("/Keep Me-2.mp3"));
+    QCOMPARE(inbox.enter(*first).valueOr(QString()), *first);
+
+    // A link in the user's folder is entered as the file it names, not as a link.
+    const QString alias = dir.filePath(s("Music/alias.mp3"));
+    QVERIFY(QFile::link(mine, alias));
+    const Result<QString> viaLink = inbox.enter(alias);
+    QVERIFY(viaLink.ok());
+    QVERIFY(!QFileInfo(*viaLink).isSymLink());
+    QCOMPARE(statOf(*viaLink).st_ino, statOf(mine).st_ino);
+
+    for (const QString& entry : QDir(inbox.folder()).entryList(QDir::Files))
+        QVERIFY(inbox.remove(inbox.folder() + QLatin1Char('/') + entry).ok());
+    QCOMPARE(contents(mine), QByteArray("the user's own bytes"));
+    QVERIFY(QDir(inbox.folder()).isEmpty());
+}
+
+void TestHandoff::inboxCopiesAcrossFileSystems() {
+    const ScopedMount other(4 * 1024 * 1024);
+    if (!other.isMounted())
+        QSKIP("mounting a small file system needs the right to mount");
+    QTemporaryDir dir;
+    const QString mine = other.filePath(s("Keep Me.mp3"));
+    const QByteArray bytes(300 * 1024, 'k');
+    QVERIFY(writeFile(mine, bytes));
+    const Inbox inbox(dir.filePath(s("Inbox")));
+    const Result<QString> entry = inbox.enter(mine);
+    QVERIFY2(entry.ok(), qPrintable(entry.errorText()));
+    QVERIFY(statOf(*entry).st_dev != statOf(mine).st_dev);
+    QCOMPARE(contents(*entry), bytes);
+
+    // A full Inbox: no entry is left half-written, and the reason says so.
+    const ScopedMount tiny(64 * 1024);
+    QVERIFY(tiny.isMounted());
+    const Result<QString> full = Inbox(tiny.filePath(s("Inbox"))).enter(mine);
+    QVERIFY(!full.ok());
+    QCOMPARE(full.failure().systemError(), ENOSPC);
+    QVERIFY(QDir(tiny.filePath(s("Inbox"))).isEmpty());
+    QCOMPARE(contents(mine), bytes);
+}
+
+void TestHandoff::inboxRefuses_data() {
+    QTest::addColumn<QString>("given");
+    QTest::addColumn<QString>("reason");
+    QTest::newRow("vanished") << s("gone.mp3") << s("No such file");
+    QTest::newRow("a FIFO") << s("fifo.mp3") << s("a FIFO");
+    QTest::newRow("a device") << s("/dev/zero") << s("a device");
+    QTest::newRow("a folder") << s("folder") << s("a folder");
+    QTest::newRow("a link loop") << s("loop.mp3") << s("Too many levels");
+    QTest::newRow("a NUL") << s("a") + QChar(0) + s("b.mp3") << s("NUL");
+    QTest::newRow("an Inbox that is a file") << s("blocked") << s("cannot be made");
+}
+
+void TestHandoff::inboxRefuses() {
+    QFETCH(QString, given);
+    QFETCH(QString, reason);
+    QTemporaryDir dir;
+    QString inboxFolder = dir.filePath(s("Inbox"));
+    QString path = given.startsWith(QLatin1Char('/')) ? given : dir.filePath(given);
+    if (given == s("fifo.mp3"))
+        QCOMPARE(::mkfifo(QFile::encodeName(path).constData(), 0600), 0);
+    if (given == s("folder"))
+        QVERIFY(QDir().mkpath(path));
+    if (given == s("loop.mp3"))
+        QVERIFY(QFile::link(path, path));
+    if (given == s("blocked")) {
+        path = dir.filePath(s("song.mp3"));
+        QVERIFY(writeFile(path, "x"));
+        QVERIFY(writeFile(inboxFolder, "a file where the Inbox would be"));
+    }
+    const Result<QString> entry = Inbox(inboxFolder).enter(path);
+    QVERIFY(!entry.ok());
+    QVERIFY2(entry.errorText().contains(reason), qPrintable(entry.errorText()));
+    if (QFileInfo(inboxFolder).isDir())
+        QVERIFY(QDir(inboxFolder).isEmpty());
+}
+
+void TestHandoff::inboxRemovesOnlyItsEntries() {
+    QTemporaryDir dir;
+    const Inbox inbox(dir.filePath(s("Inbox")));
+    const QString mine = dir.filePath(s("mine.mp3"));
+    const QString nested = inbox.folder() + s("/sub/deeper.mp3");
+    QVERIFY(writeFile(mine, "x"));
+    QVERIFY(writeFile(nested, "x"));
+    for (const QString& path : {mine, nested, inbox.folder() + s("/../mine.mp3")}) {
+        const Status removed = inbox.remove(path);
+        QVERIFY(!removed.ok());
+        QVERIFY(removed.failure().message().startsWith(s("not an entry of the Inbox")));
+    }
+    QVERIFY(QFileInfo::exists(mine));
+    QVERIFY(QFileInfo::exists(nested));
+    // An entry that is gone already is gone, as wanted.
+    QVERIFY(inbox.remove(inbox.folder() + s("/never.mp3")).ok());
+}
+
+void TestHandoff::receiverEntersFiles_data() {
+    QTest::addColumn<QString>("text");
+    QTest::addColumn<QString>("received"); // "ENTRY" for the Inbox entry's URL, "" for a refusal
+    QTest::newRow("file URL") << s("file://DIR/Keep%20Me.mp3") << s("ENTRY");
+    QTest::newRow("file URL, capitals and localhost")
+        << s("FILE://localhostDIR/Keep%20Me.mp3") << s("ENTRY");
+    QTest::newRow("own scheme") << s("tolvane://open?path=/a/b.mp3")
+                                << s("tolvane://open?path=/a/b.mp3");
+    QTest::newRow("another scheme") << s("https://x/y.mp3") << s("https://x/y.mp3");
+    QTest::newRow("file URL of a missing file") << s("file://DIR/none.mp3") << QString();
+    QTest::newRow("file URL of another host") << s("file://host/DIR/Keep%20Me.mp3") << QString();
+}
+
+void TestHandoff::receiverEntersFiles() {
+    QFETCH(QString, text);
+    QFETCH(QString, received);
+    QTemporaryDir dir;
+    const QString mine = dir.filePath(s("Keep Me.mp3"));
+    QVERIFY(writeFile(mine, "mine"));
+    text.replace(s("DIR"), QString::fromUtf8(QUrl::toPercentEncoding(dir.path(), "/")));
+    const Inbox inbox(dir.filePath(s("Inbox")));
+    const Result<QString> got = HandoffReceiver(inbox).receive(text);
+    if (received.isEmpty()) {
+        QVERIFY(!got.ok());
+        QVERIFY(!QFileInfo::exists(inbox.folder()) || QDir(inbox.folder()).isEmpty());
+    } else if (received == s("ENTRY")) {
+        QVERIFY2(got.ok(), qPrintable(got.errorText()));
+        QCOMPARE(*got, FileUrl::fromLocalPath(inbox.folder() + s("/Keep Me.mp3")));
+        // The hand-off then opens the entry, and a Cancel would delete the entry alone.
+        RecordingTarget target;
+        QVERIFY(UrlHandoff::perform(*got, &target));
+        QCOMPARE(target.calls, QStringList{s("openIn ") + inbox.folder() + s("/Keep Me.mp3")});
+    } else {
+        QCOMPARE(got.valueOr(QString()), received);
+    }
+    QCOMPARE(contents(mine), QByteArray("mine"));
 }
 
 QTEST_GUILESS_MAIN(TestHandoff)

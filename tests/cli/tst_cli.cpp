@@ -40,6 +40,8 @@ private Q_SLOTS:
 
     void handoff_data();
     void handoff();
+    void handoffReceive_data();
+    void handoffReceive();
     void handoffAsPropertyList_data();
     void handoffAsPropertyList();
     void badUsage_data();
@@ -189,6 +191,59 @@ void TestCli::handoff() {
     } else {
         QVERIFY(record.isNull());
     }
+}
+
+void TestCli::handoffReceive_data() {
+    // What is given, as a file name in the user's folder or a URL of it; the exit status; the
+    // start of the error, for a refusal.
+    QTest::addColumn<QString>("given");
+    QTest::addColumn<int>("exitCode");
+    QTest::addColumn<QString>("error");
+    QTest::newRow("a file, by path") << s("Keep Me.mp3") << 0 << QString();
+    QTest::newRow("a file, by URL") << s("file://HOME/Keep%20Me.mp3") << 0 << QString();
+    QTest::newRow("a file, by URL in capitals with localhost")
+        << s("FILE://localhostHOME/Keep%20Me.mp3") << 0 << QString();
+    QTest::newRow("a missing file") << s("Gone.mp3") << 2 << s("No such file");
+    QTest::newRow("a folder") << s(".") << 2 << s("a folder");
+    QTest::newRow("a URL of another machine") << s("file://server/x.mp3") << 2 << s("not a local");
+    QTest::newRow("own scheme, passed on")
+        << s("tolvane://x?a=song&b=downloads&c=k1") << 0 << QString();
+}
+
+void TestCli::handoffReceive() {
+    QFETCH(QString, given);
+    QFETCH(int, exitCode);
+    QFETCH(QString, error);
+    QTemporaryDir home;
+    const QString mine = home.filePath(s("Keep Me.mp3"));
+    QVERIFY(writeFile(mine, "the user's song"));
+    given.replace(s("HOME"), home.path());
+    QProcess process;
+    process.setWorkingDirectory(home.path());
+    process.start(s(TOLVANE_CLI),
+                  {s("handoff"), s("--root"), m_device.path(), s("--receive"), given});
+    QVERIFY(process.waitForFinished(10000));
+    QCOMPARE(process.exitCode(), exitCode);
+    const QString inbox = Paths::inboxFolder();
+    if (!error.isEmpty()) {
+        QVERIFY2(QString::fromUtf8(process.readAllStandardError()).contains(error),
+                 qPrintable(given));
+        QVERIFY(!QFileInfo::exists(inbox) || QDir(inbox).isEmpty());
+        return;
+    }
+    const QJsonObject object = json(process.readAllStandardOutput());
+    QVERIFY(object.value(s("accepted")).toBool());
+    if (given.startsWith(s("tolvane:"))) {
+        QCOMPARE(object.value(s("action")).toString(), s("import"));
+        return;
+    }
+    // The hand-off works on the Inbox entry; the user's file is as it was.
+    QCOMPARE(object.value(s("action")).toString(), s("openIn"));
+    const QString entry = object.value(s("path")).toString();
+    QCOMPARE(entry, inbox + s("/Keep Me.mp3"));
+    QCOMPARE(contents(entry), QByteArray("the user's song"));
+    QCOMPARE(contents(mine), QByteArray("the user's song"));
+    QVERIFY(QFile::remove(entry));
 }
 
 void TestCli::handoffAsPropertyList_data() {

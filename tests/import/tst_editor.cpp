@@ -1,10 +1,12 @@
 #include "HttpTestServer.h"
+#include "ScopedMount.h"
 #include "TestSupport.h"
 #include "import/ImportEditorLayout.h"
 #include "import/ImportSubmission.h"
 #include "import/MediaKinds.h"
 #include "import/MediaLibraryImportService.h"
 #include "import/PlaybackSupport.h"
+#include "import/library/MediaLibrary.h"
 #include "import/ui/EditableImportTableViewCell.h"
 #include "import/ui/ImportSelectCell.h"
 #include "import/ui/ImportTextField.h"
@@ -31,6 +33,7 @@
 #include <QAbstractButton>
 #include <QApplication>
 #include <QBuffer>
+#include <QDirIterator>
 #include <QElapsedTimer>
 #include <QFileDialog>
 #include <QLabel>
@@ -56,7 +59,7 @@ public:
         QMutexLocker lock(&m_mutex);
         m_records.append(record);
         m_offMainThread = QThread::currentThread() != QCoreApplication::instance()->thread();
-        return LibraryItem{record.value(s("path")).toString(), 1};
+        return LibraryItem{record.value(s("path")).toString(), 1, true};
     }
     QList<QVariantMap> records() {
         QMutexLocker lock(&m_mutex);
@@ -179,6 +182,9 @@ private Q_SLOTS:
     void kindSwitchKeepsTexts();
     void importSubmits_data();
     void importSubmits();
+    void importFailureIsTold_data();
+    void importFailureIsTold();
+    void untaggableFormatIsSaid();
     void cancel_data();
     void cancel();
     void artworkSearchTerm_data();
@@ -522,6 +528,123 @@ void TestEditor::importSubmits() {
         QVERIFY(bytes.startsWith("\xFF\xD8"));
         QCOMPARE(QImage::fromData(bytes).size(), artwork);
     }
+}
+
+void TestEditor::importFailureIsTold_data() {
+    QTest::addColumn<QString>("library"); // "read-only", "full" or "vanished"
+    QTest::addColumn<QString>("alert");
+    QTest::newRow("read-only library")
+        << s("read-only") << s("The library folder cannot be made: Read-only");
+    QTest::newRow("full library") << s("full") << s("Not enough space for \u201cBig.mp3\u201d");
+    QTest::newRow("file removed")
+        << s("vanished") << s("\u201cBig.mp3\u201d was removed before it could be imported");
+}
+
+void TestEditor::importFailureIsTold() {
+    QFETCH(QString, library);
+    QFETCH(QString, alert);
+    const ScopedMount mount(1024 * 1024, library == s("read-only")
+                                             ? ScopedMount::Access::ReadOnly
+                                             : ScopedMount::Access::ReadWrite);
+    if (!mount.isMounted())
+        QSKIP("a read-only or full library is a file system of its own; mounting needs the right "
+              "to mount");
+    const auto libraryAt = std::make_shared<MediaLibrary>(mount.filePath(s("Library")));
+    MediaLibraryImportService::setImporter(libraryAt);
+    if (library == s("full")) {
+        // A library that has its catalogue, on a disk with 24 KB left: the next song's copy
+        // does not fit.
+        QTemporaryDir first;
+        const QString small = first.filePath(s("small.mp3"));
+        QVERIFY(QFile::copy(s(TOLVANE_MEDIA_FIXTURES "/id3v23.mp3"), small));
+        QVERIFY(libraryAt
+                    ->importFile({{s("path"), small},
+                                  {s("mediaKind"), s("song")},
+                                  {s("metadata"), QVariantMap{{s("title"), s("Small")}}}})
+                    .ok());
+        QFile filler(mount.filePath(s("filler")));
+        QVERIFY(filler.open(QIODevice::WriteOnly));
+        const QByteArray block(4096, 'f');
+        while (filler.write(block) == block.size() && filler.flush()) {
+        }
+        filler.close();
+        QVERIFY(filler.resize(qMax<qint64>(0, filler.size() - 24 * 1024)));
+    }
+
+    ScopedDevice device(Idiom::Phone, QSizeF(390, 760), 2);
+    QTemporaryDir dir;
+    const QString source = dir.filePath(s("Big.mp3"));
+    QVERIFY(QFile::copy(s(TOLVANE_MEDIA_FIXTURES "/big-cover.mp3"), source));
+    const QByteArray before = contents(source);
+    auto* editor = makeEditor(QVariantMap{{s("path"), source},
+                                          {s("mediaKind"), s("song")},
+                                          {s("metadata"), QVariantMap{{s("title"), s("Big")}}}},
+                              QString());
+    RecordingDelegate delegate;
+    editor->setDelegate(&delegate);
+    const auto open = present(editor, QSize(390, 760));
+    QVERIFY(open);
+    QTRY_VERIFY(editor->isVisible());
+
+    ImportTextField* title = fieldRow(editor, 1)->textField();
+    title->setFocus();
+    title->selectAll();
+    QTest::keyClicks(title, s("Edited Title"));
+    if (library == s("vanished"))
+        QVERIFY(QFile::remove(source));
+    click(editor->importButton());
+
+    AlertController* shown = nullptr;
+    QTRY_VERIFY_WITH_TIMEOUT((shown = open->window->findChild<AlertController*>()) != nullptr,
+                             8000);
+    QVERIFY2(shown->message().startsWith(alert), qPrintable(shown->message()));
+    QVERIFY(!shown->message().contains(u'\n'));
+    // The overlay is gone at once, the editor stays with the user's edits, nobody was told to
+    // delete anything, and the window stays where it is.
+    QTRY_VERIFY(!open->navigation->findChild<MBProgressHUD*>());
+    QVERIFY(editor->isVisible());
+    QCOMPARE(delegate.calls, QStringList());
+    QCOMPARE(title->text(), s("Edited Title"));
+    QCOMPARE(metadataOf(editor).value(s("title")), QVariant(s("Edited Title")));
+    QVERIFY(!(open->window->windowState() & Qt::WindowMinimized));
+    if (library != s("vanished"))
+        QCOMPARE(contents(source), before);
+    // No copy of the song, and no half of one.
+    QDirIterator left(mount.filePath(s("Library")), QDir::Files | QDir::Hidden,
+                      QDirIterator::Subdirectories);
+    while (left.hasNext()) {
+        const QString name = QFileInfo(left.next()).fileName();
+        QVERIFY2(!name.contains(s("Big")) && !name.endsWith(s(".part")), qPrintable(name));
+    }
+}
+
+void TestEditor::untaggableFormatIsSaid() {
+    // A format the tag library cannot write is filed as it is; its values are in the catalogue.
+    QTemporaryDir dir;
+    const auto library = std::make_shared<MediaLibrary>(dir.filePath(s("Library")));
+    MediaLibraryImportService::setImporter(library);
+    const QString source = dir.filePath(s("Voice Memo.aac"));
+    QVERIFY(writeFile(source, QByteArray(4096, '\x5a')));
+    ScopedDevice device(Idiom::Phone, QSizeF(390, 760), 2);
+    auto* editor = makeEditor(QVariantMap{{s("path"), source},
+                                          {s("mediaKind"), s("song")},
+                                          {s("metadata"), QVariantMap{{s("title"), s("Memo")}}}},
+                              QString());
+    RecordingDelegate delegate;
+    editor->setDelegate(&delegate);
+    const auto open = present(editor, QSize(390, 760));
+    QVERIFY(open);
+    QTRY_VERIFY(editor->isVisible());
+    click(editor->importButton());
+    QTRY_VERIFY(open->navigation->findChild<MBProgressHUD*>());
+    QTRY_COMPARE(open->navigation->findChild<MBProgressHUD*>()->detailsLabelText(),
+                 s("Its tags are kept in the library's catalogue only"));
+    QTRY_COMPARE_WITH_TIMEOUT(delegate.calls, (QStringList{s("start"), s("cancel")}), 8000);
+    const Result<QList<QVariantMap>> items = library->items();
+    QVERIFY(items.ok());
+    QCOMPARE(items->size(), 1);
+    // The file has no tags to read; its name stands in as the title, as for every import.
+    QCOMPARE(items->first().value(s("title")).toString(), s("Voice Memo"));
 }
 
 void TestEditor::cancel_data() {

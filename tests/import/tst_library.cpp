@@ -2,6 +2,7 @@
 // catalogue, and what is left after an import dies half-way.
 
 #include "TestSupport.h"
+#include "import/ImportRecord.h"
 #include "import/ImportSubmission.h"
 #include "import/MetadataReader.h"
 #include "import/library/LibraryCatalogue.h"
@@ -10,6 +11,7 @@
 #include "import/library/TagWriter.h"
 #include "platform/Device.h"
 #include "platform/MetadataKeys.h"
+#include "platform/Paths.h"
 
 #include <QBuffer>
 #include <QCryptographicHash>
@@ -23,6 +25,13 @@
 
 #include <sys/stat.h>
 #include <sys/wait.h>
+#include <taglib/attachedpictureframe.h>
+#include <taglib/commentsframe.h>
+#include <taglib/id3v2tag.h>
+#include <taglib/mp4file.h>
+#include <taglib/mpegfile.h>
+#include <taglib/textidentificationframe.h>
+#include <taglib/unsynchronizedlyricsframe.h>
 #include <unistd.h>
 
 using namespace tolvane;
@@ -100,6 +109,12 @@ private Q_SLOTS:
     void fullAndReadOnlyLibrary();
     void recoveryAfterDeath_data();
     void recoveryAfterDeath();
+    void yearShownIsYearWritten_data();
+    void yearShownIsYearWritten();
+    void valuesNotCarriedAreKept_data();
+    void valuesNotCarriedAreKept();
+    void fileTypeIconIsNeverArtwork_data();
+    void fileTypeIconIsNeverArtwork();
 };
 
 void TestLibrary::filing_data() {
@@ -329,6 +344,10 @@ void TestLibrary::refusedImports_data() {
     QTest::newRow("missing file") << record(s("song"), s("/nowhere/x.mp3"), {})
                                   << s("No such file");
     QTest::newRow("folder") << record(s("song"), s(TOLVANE_MEDIA_FIXTURES), {}) << s("a folder");
+    // Cut at the NUL, the path would name the fixture itself.
+    QTest::newRow("NUL inside the path")
+        << record(s("song"), fixture("id3v24.mp3") + QChar(0) + s(".other"), {})
+        << s("holds a NUL character");
 }
 
 void TestLibrary::refusedImports() {
@@ -539,6 +558,200 @@ void TestLibrary::recoveryAfterDeath() {
     QCOMPARE(QFileInfo::exists(dir.filePath(name)), renamed);
     if (renamed)
         QCOMPARE(items.first().value(s("path")).toString(), name);
+}
+
+namespace {
+
+QString text(const TagLib::String& value) {
+    return QString::fromStdString(value.to8Bit(true));
+}
+
+// What a copy holds, read with the tag library: its date, lyrics, comment and picture.
+struct ReadBack {
+    QString date, lyrics, comment;
+    QByteArray picture;
+};
+
+ReadBack readBack(const QString& path) {
+    ReadBack found;
+    const QByteArray name = QFile::encodeName(path);
+    if (path.endsWith(s(".mp3"))) {
+        TagLib::MPEG::File file(name.constData());
+        TagLib::ID3v2::Tag* tag = file.ID3v2Tag();
+        if (!tag)
+            return found;
+        for (const char* id : {"TDRC", "TYER"}) {
+            if (!tag->frameList(id).isEmpty() && found.date.isEmpty())
+                found.date = text(tag->frameList(id).front()->toString());
+        }
+        if (!tag->frameList("USLT").isEmpty())
+            found.lyrics = text(tag->frameList("USLT").front()->toString());
+        if (!tag->frameList("COMM").isEmpty())
+            found.comment = text(tag->frameList("COMM").front()->toString());
+        if (!tag->frameList("APIC").isEmpty()) {
+            const auto* apic =
+                dynamic_cast<TagLib::ID3v2::AttachedPictureFrame*>(tag->frameList("APIC").front());
+            if (apic)
+                found.picture = QByteArray(apic->picture().data(), int(apic->picture().size()));
+        }
+    } else {
+        TagLib::MP4::File file(name.constData());
+        TagLib::MP4::Tag* tag = file.tag();
+        if (!tag)
+            return found;
+        const auto item = [tag](const char* key) {
+            return tag->contains(key) ? text(tag->item(key).toStringList().toString()) : QString();
+        };
+        found.date = item("\251day");
+        found.lyrics = item("\251lyr");
+        found.comment = item("\251cmt");
+        if (tag->contains("covr") && !tag->item("covr").toCoverArtList().isEmpty()) {
+            const TagLib::ByteVector data = tag->item("covr").toCoverArtList().front().data();
+            found.picture = QByteArray(data.data(), int(data.size()));
+        }
+    }
+    return found;
+}
+
+// The source's own tags that no record carries: lyrics, a comment and a full date.
+bool addTagsOfItsOwn(const QString& path) {
+    const QByteArray name = QFile::encodeName(path);
+    if (path.endsWith(s(".mp3"))) {
+        TagLib::MPEG::File file(name.constData());
+        TagLib::ID3v2::Tag* tag = file.ID3v2Tag(true);
+        tag->removeFrames("TDRC");
+        tag->removeFrames("TYER");
+        auto* date = new TagLib::ID3v2::TextIdentificationFrame("TDRC", TagLib::String::UTF8);
+        date->setText("2003-04-05");
+        tag->addFrame(date);
+        auto* lyrics = new TagLib::ID3v2::UnsynchronizedLyricsFrame(TagLib::String::UTF8);
+        lyrics->setText("Salt on the wind");
+        tag->addFrame(lyrics);
+        auto* comment = new TagLib::ID3v2::CommentsFrame(TagLib::String::UTF8);
+        comment->setText("Recorded at dawn");
+        tag->addFrame(comment);
+        return file.save(TagLib::MPEG::File::ID3v2, TagLib::File::StripNone, TagLib::ID3v2::v4);
+    }
+    TagLib::MP4::File file(name.constData());
+    file.tag()->setItem("\251day", TagLib::StringList("2003-04-05"));
+    file.tag()->setItem("\251lyr", TagLib::StringList("Salt on the wind"));
+    file.tag()->setItem("\251cmt", TagLib::StringList("Recorded at dawn"));
+    return file.save();
+}
+
+} // namespace
+
+void TestLibrary::yearShownIsYearWritten_data() {
+    QTest::addColumn<QString>("name");
+    QTest::addColumn<QString>("year");
+    QTest::newRow("ID3v2.3") << s("id3v23.mp3") << s("1999");
+    QTest::newRow("ID3v2.4") << s("id3v24.mp3") << s("2011");
+    QTest::newRow("MPEG-4") << s("track3of10.m4a") << s("2011");
+}
+
+void TestLibrary::yearShownIsYearWritten() {
+    // An open-in record as the hand-off makes it (the current year in "year"), with the
+    // file's own tags read over it as the editor reads them.
+    QFETCH(QString, name);
+    QFETCH(QString, year);
+    QTemporaryDir dir;
+    const QString source = dir.filePath(name);
+    QVERIFY(QFile::copy(fixture(qPrintable(name)), source));
+    QVariantMap given =
+        record(s("song"), source, {{s("title"), name}, {s("artist"), s("")}, {s("year"), 2026}});
+    QVariantMap importDict = ImportRecord::fromWholeRecord(given);
+    QCOMPARE(ImportSubmission::shownYear(importDict), year);
+
+    ImportSubmission::writeShownYear(importDict);
+    ImportSubmission::saveNewMetadataAndImport(importDict, true, std::nullopt);
+    const Result<LibraryItem> item =
+        MediaLibrary(dir.filePath(s("Library"))).importFile(importDict);
+    QVERIFY2(item.ok(), qPrintable(item.errorText()));
+    QCOMPARE(readBack(item->path).date.left(4), year);
+    // And the catalogue says the same.
+    QCOMPARE(importDict.value(s("metadata")).toMap().value(s("year")).toString(), year);
+}
+
+void TestLibrary::valuesNotCarriedAreKept_data() {
+    QTest::addColumn<QString>("name");
+    QTest::newRow("ID3v2") << s("id3v24.mp3");
+    QTest::newRow("MPEG-4") << s("track3of10.m4a");
+}
+
+void TestLibrary::valuesNotCarriedAreKept() {
+    // As `tolvane-cli import FILE --kind song --set title=...`: a record with a title and no
+    // year, no lyrics, no comment.
+    QFETCH(QString, name);
+    QTemporaryDir dir;
+    const QString source = dir.filePath(name);
+    QVERIFY(QFile::copy(fixture(qPrintable(name)), source));
+    QFile::setPermissions(source, QFile::ReadOwner | QFile::WriteOwner);
+    QVERIFY(addTagsOfItsOwn(source));
+    const ReadBack before = readBack(source);
+    QCOMPARE(before.date, s("2003-04-05"));
+
+    const Result<LibraryItem> item = MediaLibrary(dir.filePath(s("Library")))
+                                         .importFile(record(s("song"), source,
+                                                            {{s("title"), s("Tide Over Stone")},
+                                                             {s("artist"), s("The Pilots")}}));
+    QVERIFY2(item.ok(), qPrintable(item.errorText()));
+    const ReadBack after = readBack(item->path);
+    QCOMPARE(after.date, s("2003-04-05"));
+    QCOMPARE(after.lyrics, s("Salt on the wind"));
+    QCOMPARE(after.comment, s("Recorded at dawn"));
+    QCOMPARE(after.picture, before.picture);
+    QCOMPARE(MetadataReader::metadataForFile(item->path)->value(AVMetadataCommonKeyTitle),
+             QVariant(s("Tide Over Stone")));
+
+    // A year the record does carry replaces the date.
+    const Result<LibraryItem> dated =
+        MediaLibrary(dir.filePath(s("Library")))
+            .importFile(record(s("song"), source, {{s("title"), s("T")}, {s("year"), 1987}}));
+    QVERIFY(dated.ok());
+    QCOMPARE(readBack(dated->path).date, s("1987"));
+    QCOMPARE(readBack(dated->path).lyrics, s("Salt on the wind"));
+}
+
+void TestLibrary::fileTypeIconIsNeverArtwork_data() {
+    QTest::addColumn<QString>("name");
+    QTest::addColumn<bool>("ownCover");
+    QTest::newRow("a song without a cover") << s("id3v23.mp3") << false;
+    QTest::newRow("a song with its own cover") << s("id3v24.mp3") << true;
+    QTest::newRow("an MPEG-4 song with its own cover") << s("track3of10.m4a") << true;
+}
+
+void TestLibrary::fileTypeIconIsNeverArtwork() {
+    // A song from the browser: its record carries the file type's icon until the user picks
+    // a picture, and the file's tags are read over it.
+    QFETCH(QString, name);
+    QFETCH(bool, ownCover);
+    QTemporaryDir dir;
+    const auto restore = qScopeGuard([user = Paths::userRoot(), system = Paths::systemRoot()] {
+        Paths::setRoots(user, system);
+    });
+    Paths::setRoots(dir.filePath(s("var/mobile")), s(TOLVANE_BUILD_SYSTEM_ROOT));
+    const ScopedDevice device(Idiom::Phone, QSizeF(375, 667), 1.0);
+    const QString source = dir.filePath(name);
+    QVERIFY(QFile::copy(fixture(qPrintable(name)), source));
+    const QByteArray sourceCover = readBack(source).picture;
+    QCOMPARE(!sourceCover.isEmpty(), ownCover);
+
+    QVariantMap importDict = ImportRecord::fromHandoffRecord(
+        {{s("filePath"), source}, {s("name"), name}, {s("icon"), s("audio.png")}}, s("song"));
+    const QByteArray shown =
+        importDict.value(s("metadata")).toMap().value(s("imageData")).toByteArray();
+    QVERIFY(!shown.isEmpty()); // the editor shows a picture: the icon, or the file's cover
+
+    const Result<LibraryItem> item = ImportSubmission::submit(importDict, std::nullopt);
+    QVERIFY2(item.ok(), qPrintable(item.errorText()));
+    const QByteArray written = readBack(item->path).picture;
+    if (!ownCover) {
+        QVERIFY2(written.isEmpty(), "the icon was written as the song's cover");
+    } else {
+        // The file's cover, sized for the kind: a picture, never the icon.
+        QVERIFY(!written.isEmpty());
+        QVERIFY(written != test::contents(Paths::iconsFolder() + s("/audio.png")));
+    }
 }
 
 QTEST_GUILESS_MAIN(TestLibrary)

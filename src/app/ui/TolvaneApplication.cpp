@@ -1,10 +1,13 @@
 #include "TolvaneApplication.h"
 
+#include "app/HandoffReceiver.h"
 #include "app/UrlHandoff.h"
 #include "app/ui/ImportActivityEditor.h"
 #include "app/ui/ViewController.h"
 #include "platform/CurrentYear.h"
 #include "platform/Device.h"
+#include "platform/Localisation.h"
+#include "platform/ui/AlertController.h"
 #include "platform/ui/Appearance.h"
 #include "platform/ui/BundleImages.h"
 #include "platform/ui/MainWindow.h"
@@ -25,9 +28,12 @@ TolvaneApplication::TolvaneApplication(int& argc, char** argv)
     setOrganizationName(QStringLiteral("Tolvane"));
     setApplicationVersion(QStringLiteral(TOLVANE_VERSION));
     setDesktopFileName(QStringLiteral("tolvane"));
+    m_receiving.setMaxThreadCount(1);
 }
 
 TolvaneApplication::~TolvaneApplication() {
+    // An entry being made finishes; what it would hand on is dropped with the application.
+    m_receiving.waitForDone();
     delete m_window;
 }
 
@@ -106,6 +112,25 @@ bool TolvaneApplication::application(TolvaneApplication*, const QVariantMap&) {
 bool TolvaneApplication::application(TolvaneApplication*, const QString& url, const QString&,
                                      const QVariant&) {
     return UrlHandoff::perform(url, m_viewController);
+}
+
+void TolvaneApplication::receive(const QStringList& texts) {
+    for (const QString& text : texts) {
+        m_receiving.start([this, text] {
+            Result<QString> received = HandoffReceiver().receive(text);
+            QMetaObject::invokeMethod(
+                this,
+                [this, received = std::move(received)] {
+                    if (received) {
+                        application(this, *received, QString(), QVariant());
+                    } else if (m_viewController) {
+                        AlertController::alert(localized("Cannot Open"), received.failure().text(),
+                                               {localized("OK")}, m_viewController);
+                    }
+                },
+                Qt::QueuedConnection);
+        });
+    }
 }
 
 } // namespace tolvane

@@ -5,6 +5,7 @@
 
 #include <QApplication>
 #include <QPointer>
+#include <QThreadPool>
 #include <QVariant>
 
 namespace tolvane {
@@ -36,6 +37,11 @@ public:
     bool application(TolvaneApplication* application, const QString& url,
                      const QString& sourceApplication, const QVariant& annotation);
 
+    // Texts another application hands over (arguments, a later launch's message, a drop): a
+    // file is entered into the Inbox away from the screen, then each text goes on to the
+    // hand-off above, in the order given. A file that cannot be entered is told in an alert.
+    void receive(const QStringList& texts);
+
     static int currentYear();
 
 private:
@@ -45,6 +51,8 @@ private:
     QPointer<MainWindow> m_window;
     QPointer<ViewController> m_viewController;
     bool m_launchPause = true;
+    // One worker, so that hand-offs reach the screen in the order they came.
+    QThreadPool m_receiving;
 };
 
 } // namespace tolvane

@@ -6,13 +6,12 @@
 #include "import/ui/ImportViewController.h"
 #include "platform/Device.h"
 #include "platform/DeviceNotifications.h"
+#include "platform/Inbox.h"
 #include "platform/Localisation.h"
 #include "platform/ui/BundleImages.h"
 #include "platform/ui/ImageButton.h"
 #include "platform/ui/NavigationController.h"
 
-#include <QDir>
-#include <QFileInfo>
 #include <QFontMetricsF>
 #include <QLabel>
 #include <QPropertyAnimation>
@@ -170,11 +169,11 @@ void ViewController::ImportViewControllerDidCancel(const QString& path) {
     dismissViewControllerAnimated(true, [path] {
         if (path.isNull())
             return;
-        // Errors are ignored: the file may already be gone. A folder is never removed: what
-        // another application hands over for importing is a file, and a folder named on the
-        // command line must not vanish with everything in it.
-        if (!QFileInfo(path).isDir() || QFileInfo(path).isSymLink())
-            QFile::remove(path);
+        // Only the application's own entry goes: whatever was handed over was entered into the
+        // Inbox first, and a path anywhere else is someone's file.
+        ignoreFailure(Inbox().remove(path),
+                      "a Cancel deletes silently; an entry gone already, or a path outside the "
+                      "Inbox, is left as it is");
     });
 }
 

@@ -5,6 +5,7 @@
 #include <QJsonDocument>
 #include <QJsonObject>
 
+#include <cerrno>
 #include <csignal>
 #include <sqlite3.h>
 #include <unistd.h>
@@ -31,9 +32,22 @@ const char* const migrations[] = {
 };
 static_assert(std::size(migrations) == LibraryCatalogue::schemaVersion);
 
+// A full disk is told as the system tells it, so that screens can say so in their words.
+int systemErrorOf(sqlite3* db) {
+    switch (sqlite3_errcode(db) & 0xff) {
+    case SQLITE_FULL:
+        return ENOSPC;
+    case SQLITE_IOERR:
+        return sqlite3_system_errno(db);
+    default:
+        return 0;
+    }
+}
+
 Failure errorOf(sqlite3* db, const char* doing) {
     return Failure(QStringLiteral("catalogue %1: %2")
-                       .arg(QLatin1String(doing), QString::fromUtf8(sqlite3_errmsg(db))));
+                       .arg(QLatin1String(doing), QString::fromUtf8(sqlite3_errmsg(db))),
+                   QString(), systemErrorOf(db));
 }
 
 // A prepared statement that finalises itself.
@@ -126,7 +140,8 @@ Status LibraryCatalogue::execute(const char* sql) {
     if (sqlite3_exec(m_db, sql, nullptr, nullptr, &message) == SQLITE_OK)
         return {};
     const Failure failure(
-        QStringLiteral("catalogue: %1").arg(QString::fromUtf8(message ? message : "error")));
+        QStringLiteral("catalogue: %1").arg(QString::fromUtf8(message ? message : "error")),
+        QString(), systemErrorOf(m_db));
     sqlite3_free(message);
     return failure;
 }

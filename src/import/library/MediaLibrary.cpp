@@ -1,12 +1,12 @@
 #include "import/library/MediaLibrary.h"
 
 #include "imaging/ImageDecoder.h"
-#include "import/library/FileCopy.h"
 #include "import/library/LibraryCatalogue.h"
 #include "import/library/LibraryFiling.h"
 #include "import/library/MediaStructure.h"
 #include "import/library/Mp4Layout.h"
 #include "import/library/TagWriter.h"
+#include "platform/FileCopy.h"
 #include "platform/FileDescriptor.h"
 #include "platform/Paths.h"
 #include "platform/PropertyList.h"
@@ -30,8 +30,11 @@ namespace tolvane {
 
 namespace {
 
-QString systemError() {
-    return QString::fromLocal8Bit(std::strerror(errno));
+// What the system said, with its error number kept for the screens.
+Failure systemFailure(const QString& what, const QString& path) {
+    const int error = errno;
+    return Failure(QStringLiteral("%1: %2").arg(what, QString::fromLocal8Bit(std::strerror(error))),
+                   path, error);
 }
 
 // A folder's new entry on the disk; a failure only weakens what a power cut leaves.
@@ -39,8 +42,7 @@ Status syncDirectory(const QString& directory) {
     const FileDescriptor fd(
         ::open(QFile::encodeName(directory).constData(), O_RDONLY | O_DIRECTORY));
     if (fd.get() < 0 || ::fsync(fd.get()) != 0)
-        return Failure(QStringLiteral("the folder cannot be flushed: %1").arg(systemError()),
-                       directory);
+        return systemFailure(QStringLiteral("the folder cannot be flushed"), directory);
     return {};
 }
 
@@ -59,8 +61,7 @@ Result<QStringList> makeFolders(const QString& folder) {
     }
     for (const QString& path : std::as_const(made)) {
         if (::mkdir(QFile::encodeName(path).constData(), 0755) != 0 && errno != EEXIST)
-            return Failure(
-                QStringLiteral("the library folder cannot be made: %1").arg(systemError()), path);
+            return systemFailure(QStringLiteral("the library folder cannot be made"), path);
     }
     if (!QFileInfo(folder).isDir())
         return Failure(QStringLiteral("the library folder is not a folder"), folder);
@@ -147,8 +148,10 @@ Result<LibraryItem> MediaLibrary::importFile(const QVariantMap& record) {
 
     // Never a FIFO (which would block), a device or a file the kernel makes up.
     const Result<FileDescriptor> input = RegularFile::openForReading(source);
-    if (!input)
-        return Failure(QStringLiteral("cannot read %1").arg(input.errorText()));
+    if (!input) {
+        return Failure(QStringLiteral("cannot be read: %1").arg(input.failure().message()), source,
+                       input.failure().systemError());
+    }
     // The tag library trusts the sizes in the file's framing; a damaged one is refused before
     // anything is written.
     if (const Status framing = MediaStructure::check(input->get()); !framing)
@@ -157,9 +160,7 @@ Result<LibraryItem> MediaLibrary::importFile(const QVariantMap& record) {
     if (const Result<QStringList> root = makeFolders(m_folder); !root)
         return root.failure();
     if (::access(QFile::encodeName(m_folder).constData(), W_OK) != 0)
-        return Failure(
-            QStringLiteral("the library folder cannot be written: %1").arg(systemError()),
-            m_folder);
+        return systemFailure(QStringLiteral("the library folder cannot be written"), m_folder);
     Result<std::unique_ptr<LibraryCatalogue>> opened = LibraryCatalogue::open(catalogueFile());
     if (!opened)
         return opened.failure();
@@ -208,39 +209,39 @@ Result<LibraryItem> MediaLibrary::importFile(const QVariantMap& record) {
         const FileDescriptor output(::open(QFile::encodeName(temp).constData(),
                                            O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0644));
         if (!output.isOpen())
-            return abandon(Failure(
-                QStringLiteral("the library folder cannot be written: %1").arg(systemError()),
-                folder));
+            return abandon(
+                systemFailure(QStringLiteral("the library folder cannot be written"), folder));
         const Status copied = mediaData
                                   ? copyFileRange(input->get(), 0, output.get(), 0, *mediaData)
                                   : copyFileContents(input->get(), output.get());
         if (!copied)
-            return abandon(Failure(copied.failure().message(), folder));
+            return abandon(
+                Failure(copied.failure().message(), folder, copied.failure().systemError()));
     }
 
-    if (const Result<TagWriter::Written> written = TagWriter::write(temp, record); !written)
-        return abandon(written.failure());
+    const Result<TagWriter::Written> tagged = TagWriter::write(temp, record);
+    if (!tagged)
+        return abandon(tagged.failure());
 
     if (mediaData) {
         const FileDescriptor output(
             ::open(QFile::encodeName(temp).constData(), O_WRONLY | O_CLOEXEC));
         struct stat head {};
         if (!output.isOpen() || ::fstat(output.get(), &head) != 0)
-            return abandon(
-                Failure(QStringLiteral("the copy cannot be written: %1").arg(systemError()), temp));
+            return abandon(systemFailure(QStringLiteral("the copy cannot be written"), temp));
         const Status copied =
             copyFileRange(input->get(), *mediaData, output.get(), head.st_size, -1);
         if (!copied)
-            return abandon(Failure(copied.failure().message(), folder));
+            return abandon(
+                Failure(copied.failure().message(), folder, copied.failure().systemError()));
     }
 
     {
         // Flush the tagged copy before any name points at it.
-        const FileDescriptor written(
+        const FileDescriptor copy(
             ::open(QFile::encodeName(temp).constData(), O_RDONLY | O_CLOEXEC));
-        if (!written.isOpen() || ::fsync(written.get()) != 0)
-            return abandon(
-                Failure(QStringLiteral("the copy cannot be flushed: %1").arg(systemError()), temp));
+        if (!copy.isOpen() || ::fsync(copy.get()) != 0)
+            return abandon(systemFailure(QStringLiteral("the copy cannot be flushed"), temp));
     }
 
     // Take the first free name; another process may take a name at the same moment, and a
@@ -259,8 +260,7 @@ Result<LibraryItem> MediaLibrary::importFile(const QVariantMap& record) {
                         QFile::encodeName(target).constData(), RENAME_NOREPLACE) == 0) {
             taken = candidate;
         } else if (errno != EEXIST) {
-            return abandon(
-                Failure(QStringLiteral("the item cannot be filed: %1").arg(systemError()), target));
+            return abandon(systemFailure(QStringLiteral("the item cannot be filed"), target));
         }
     }
     ignoreFailure(syncDirectory(folder),
@@ -268,7 +268,8 @@ Result<LibraryItem> MediaLibrary::importFile(const QVariantMap& record) {
     // When the row cannot be finished, the file is complete and the next recovery finishes it.
     if (Status finished = catalogue->finishItem(id); !finished)
         return finished.failure();
-    return LibraryItem{m_folder + QLatin1Char('/') + taken, id};
+    return LibraryItem{m_folder + QLatin1Char('/') + taken, id,
+                       *tagged == TagWriter::Written::Tags};
 }
 
 Status MediaLibrary::recover() {

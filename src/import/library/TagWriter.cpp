@@ -9,6 +9,7 @@
 
 #include <algorithm>
 #include <limits>
+#include <optional>
 #include <taglib/aifffile.h>
 #include <taglib/attachedpictureframe.h>
 #include <taglib/fileref.h>
@@ -29,12 +30,16 @@ namespace tolvane {
 
 namespace {
 
-// The values of a record as the writers need them; empty text and 0 mean "not given".
+// A text the record carries: nothing when it does not carry the key (the file keeps its own
+// value), empty when it carries an empty text (the file's value goes).
+using Text = std::optional<QString>;
+
+// The values of a record as the writers need them; 0 means "not given" for numbers.
 struct Tags {
     QString kind;
-    QString title, artist, album, genre, year;
+    Text title, artist, album, genre, year;
     int track = 0, trackCount = 0;
-    QString podcastName, seriesName;
+    Text podcastName, seriesName;
     int season = 0, episode = 0;
     QByteArray artwork;
     bool png = false;
@@ -43,16 +48,22 @@ struct Tags {
         return kind == MediaKinds::podcast || kind == MediaKinds::videoPodcast;
     }
     bool isTvEpisode() const { return kind == MediaKinds::tvEpisode; }
+    // A podcast's album is its name when the record gives no album of its own.
+    Text albumOrPodcast() const {
+        return isPodcast() && (!album || album->isEmpty()) ? podcastName : album;
+    }
 };
 
 TagLib::String str(const QString& text) {
     return TagLib::String(text.toStdString(), TagLib::String::UTF8);
 }
 
-QString textValue(const QVariantMap& metadata, const QString& key) {
+Text textValue(const QVariantMap& metadata, const QString& key) {
     const QVariant value = metadata.value(key);
+    if (!value.isValid() || value.isNull())
+        return std::nullopt;
     // Numbers where text is expected are written as their text.
-    return value.isValid() ? value.toString().trimmed() : QString();
+    return value.toString().trimmed();
 }
 
 int number(const QVariantMap& metadata, const QString& key) {
@@ -67,9 +78,12 @@ Tags tagsOf(const QVariantMap& record) {
     tags.artist = textValue(metadata, AVMetadataCommonKeyArtist);
     tags.album = textValue(metadata, AVMetadataCommonKeyAlbumName);
     tags.genre = textValue(metadata, AVMetadataCommonKeyType);
-    const qlonglong year = integerValue(metadata.value(QStringLiteral("year")));
-    if (year > 0 && year < 10000)
-        tags.year = QString::number(year);
+    // A year that is not one (0, a text without digits) leaves the file's date alone.
+    if (metadata.contains(QStringLiteral("year"))) {
+        const qlonglong year = integerValue(metadata.value(QStringLiteral("year")));
+        if (year > 0 && year < 10000)
+            tags.year = QString::number(year);
+    }
     tags.track = number(metadata, QStringLiteral("trackNumber"));
     tags.trackCount = number(metadata, QStringLiteral("trackCount"));
     tags.podcastName = textValue(metadata, QStringLiteral("podcastName"));
@@ -100,18 +114,19 @@ unsigned char mediaTypeByte(const QString& kind) {
     return 1;
 }
 
-void setText(TagLib::MP4::Tag* tag, const char* key, const QString& value) {
-    if (value.isEmpty())
+void setText(TagLib::MP4::Tag* tag, const char* key, const Text& value) {
+    if (!value)
+        return;
+    if (value->isEmpty())
         tag->removeItem(key);
     else
-        tag->setItem(key, TagLib::StringList(str(value)));
+        tag->setItem(key, TagLib::StringList(str(*value)));
 }
 
 void writeMp4(TagLib::MP4::Tag* tag, const Tags& tags) {
     setText(tag, "\251nam", tags.title);
     setText(tag, "\251ART", tags.artist);
-    setText(tag, "\251alb",
-            tags.isPodcast() && tags.album.isEmpty() ? tags.podcastName : tags.album);
+    setText(tag, "\251alb", tags.albumOrPodcast());
     setText(tag, "\251gen", tags.genre);
     setText(tag, "\251day", tags.year);
     if (tags.track > 0)
@@ -137,33 +152,40 @@ void writeMp4(TagLib::MP4::Tag* tag, const Tags& tags) {
     }
 }
 
-void setFrame(TagLib::ID3v2::Tag* tag, const char* id, const QString& value) {
+void setFrame(TagLib::ID3v2::Tag* tag, const char* id, const Text& value) {
+    if (!value)
+        return;
     tag->removeFrames(id);
-    if (value.isEmpty())
+    if (value->isEmpty())
         return;
     auto* frame = new TagLib::ID3v2::TextIdentificationFrame(id, TagLib::String::UTF8);
-    frame->setText(str(value));
+    frame->setText(str(*value));
     tag->addFrame(frame); // the tag owns its frames
 }
 
-void setUserText(TagLib::ID3v2::Tag* tag, const QString& description, const QString& value) {
+void setUserText(TagLib::ID3v2::Tag* tag, const QString& description, const Text& value) {
+    if (!value)
+        return;
     if (auto* old = TagLib::ID3v2::UserTextIdentificationFrame::find(tag, str(description)))
         tag->removeFrame(old);
-    if (value.isEmpty())
+    if (value->isEmpty())
         return;
     auto* frame = new TagLib::ID3v2::UserTextIdentificationFrame(TagLib::String::UTF8);
     frame->setDescription(str(description));
-    frame->setText(str(value));
+    frame->setText(str(*value));
     tag->addFrame(frame);
 }
 
 void writeId3(TagLib::ID3v2::Tag* tag, const Tags& tags) {
     setFrame(tag, "TIT2", tags.title);
     setFrame(tag, "TPE1", tags.artist);
-    setFrame(tag, "TALB", tags.isPodcast() && tags.album.isEmpty() ? tags.podcastName : tags.album);
+    setFrame(tag, "TALB", tags.albumOrPodcast());
     setFrame(tag, "TCON", tags.genre);
-    tag->removeFrames("TYER");
-    setFrame(tag, "TDRC", tags.year);
+    if (tags.year) {
+        // The year replaces the date in whichever frame the file's version keeps it.
+        tag->removeFrames("TYER");
+        setFrame(tag, "TDRC", tags.year);
+    }
     if (tags.track > 0)
         setFrame(tag, "TRCK",
                  tags.trackCount > 0 ? QStringLiteral("%1/%2").arg(tags.track).arg(tags.trackCount)
@@ -190,15 +212,17 @@ void writeId3(TagLib::ID3v2::Tag* tag, const Tags& tags) {
 }
 
 TagLib::PropertyMap propertiesOf(TagLib::PropertyMap properties, const Tags& tags) {
-    const auto set = [&properties](const char* key, const QString& value) {
-        if (value.isEmpty())
+    const auto set = [&properties](const char* key, const Text& value) {
+        if (!value)
+            return;
+        if (value->isEmpty())
             properties.erase(key);
         else
-            properties.replace(key, TagLib::StringList(str(value)));
+            properties.replace(key, TagLib::StringList(str(*value)));
     };
     set("TITLE", tags.title);
     set("ARTIST", tags.artist);
-    set("ALBUM", tags.isPodcast() && tags.album.isEmpty() ? tags.podcastName : tags.album);
+    set("ALBUM", tags.albumOrPodcast());
     set("GENRE", tags.genre);
     set("DATE", tags.year);
     if (tags.track > 0)
@@ -235,9 +259,9 @@ void writeXiph(TagLib::Ogg::XiphComment* comment, const Tags& tags) {
 // writer may choose), the artwork, and room for frames, atoms and padding.
 qint64 growthAllowance(const Tags& tags) {
     qint64 text = 0;
-    for (const QString* value : {&tags.title, &tags.artist, &tags.album, &tags.genre, &tags.year,
-                                 &tags.podcastName, &tags.seriesName})
-        text += 2 * value->size();
+    for (const Text* value : {&tags.title, &tags.artist, &tags.album, &tags.genre, &tags.year,
+                              &tags.podcastName, &tags.seriesName})
+        text += 2 * (*value ? (*value)->size() : 0);
     return 2 * text + tags.artwork.size() + 256 * 1024;
 }
 

@@ -15,6 +15,10 @@ namespace tolvane {
 //  - other formats TagLib writes (FLAC, Ogg, ...): the property map and, where the format
 //    holds one, a front-cover picture.
 //
+// A value the record does not carry leaves the file's own in place (its date, its cover), and
+// frames the writer does not own (lyrics, comments, ratings, identifiers) are never touched; a
+// value carried as empty text removes the file's.
+//
 // The file may grow by the new tags and artwork and a little framing, never more: a write past
 // that is refused and the whole write fails, so a damaged file cannot make the tag library fill
 // the disk.

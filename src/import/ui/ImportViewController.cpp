@@ -11,6 +11,7 @@
 #include "import/ui/PlayerWindow.h"
 #include "overlay/MBProgressHUD.h"
 #include "platform/Device.h"
+#include "platform/Inbox.h"
 #include "platform/Localisation.h"
 #include "platform/MetadataKeys.h"
 #include "platform/ui/AlertController.h"
@@ -24,7 +25,9 @@
 #include "search/ui/GoogleImagesCollectionVC.h"
 
 #include <QBuffer>
+#include <QCoreApplication>
 #include <QLabel>
+#include <QThreadPool>
 #include <QToolButton>
 #include <QVBoxLayout>
 
@@ -213,9 +216,7 @@ EditableImportTableViewCell* ImportViewController::makeRow(int fieldId, const QS
         break;
     case ImportField::Year:
         // Shown from the creation date, written to "year".
-        text =
-            getYear(describe(metadata.value(AVMetadataCommonKeyCreationDate)).value_or(QString()))
-                .value_or(QString());
+        text = ImportSubmission::shownYear(m_importDict);
         break;
     default:
         text = describe(metadata.value(field.metadataKey)).value_or(QString());
@@ -337,6 +338,8 @@ void ImportViewController::textFieldTextDidChange(ImportTextField* textField) {
     if (!m_observingText)
         return;
     m_currentTextField = textField;
+    if (textField && textField->tag() == ImportField::Year)
+        m_yearEdited = true;
     if (EditableImportTableViewCell::cellForTextField(textField))
         saveNewMetadataAndImport(false);
 }
@@ -503,29 +506,75 @@ void ImportViewController::importButtonPressed() {
     hud->setCustomView(checkmark);
     hud->setRemoveFromSuperViewOnHide(true);
 
-    // The field being edited is read here, on the main thread; the record then belongs to the
-    // worker until the work is done, while the overlay keeps the screen from being used.
+    // The field being edited is read here, on the main thread. The worker gets a copy of the
+    // record; the editor keeps its own until the outcome is known, so that a failed import
+    // leaves everything as the user left it. The overlay keeps the screen from being used.
     const std::optional<EditedField> edited = editedField();
     observeTextFields(false);
-    auto record = std::make_shared<QVariantMap>(std::exchange(m_importDict, {}));
+    QVariantMap before = m_importDict;
+    QVariantMap submitted = std::exchange(m_importDict, {});
+    if (!m_yearEdited && !(edited && edited->fieldId == ImportField::Year))
+        ImportSubmission::writeShownYear(submitted);
+    hud->show(true);
+
     QPointer<ImportViewController> self(this);
-    hud->showAnimated(
-        true,
-        [record, edited] {
-            ignoreFailure(ImportSubmission::submit(*record, edited),
-                          "the import service gives the editor no result to act on");
-        },
-        nullptr,
-        [self, record] {
-            if (!self)
-                return;
-            self->m_importDict = std::move(*record);
-            QPointer<QWidget> window = self->window();
-            ImportSubmission::finish(self->m_importDict, self->m_delegate, [window] {
-                if (window)
-                    window->showMinimized();
-            });
+    QPointer<MBProgressHUD> overlay(hud);
+    QThreadPool::globalInstance()->start([self, overlay, edited, submitted = std::move(submitted),
+                                          before = std::move(before)]() mutable {
+        Result<LibraryItem> outcome = ImportSubmission::submit(submitted, edited);
+        QMetaObject::invokeMethod(
+            QCoreApplication::instance(),
+            [self, overlay, outcome = std::move(outcome), submitted = std::move(submitted),
+             before = std::move(before)]() mutable {
+                if (self)
+                    self->importDidFinish(outcome, std::move(submitted), std::move(before),
+                                          overlay);
+            },
+            Qt::QueuedConnection);
+    });
+}
+
+void ImportViewController::importDidFinish(const Result<LibraryItem>& outcome,
+                                           QVariantMap submitted, QVariantMap before,
+                                           MBProgressHUD* overlay) {
+    if (!outcome) {
+        m_importDict = std::move(before);
+        observeTextFields(true);
+        if (overlay) {
+            overlay->setMinShowTime(0);
+            overlay->hide(true);
+        }
+        AlertController::alert(localized("Import Failed"),
+                               ImportSubmission::failureText(outcome.failure(), m_importDict),
+                               {localized("OK")}, this);
+        return;
+    }
+    // The Inbox entry an open-in import worked on is the application's own; once the library
+    // holds its copy it goes, as a Cancel would have taken it.
+    const QString handedOver = ImportSubmission::cancelPath(submitted);
+    if (!handedOver.isEmpty() && Inbox().holds(handedOver))
+        ignoreFailure(Inbox().remove(handedOver), "an Inbox entry left over harms nobody");
+
+    m_importDict = std::move(submitted);
+    QPointer<ImportViewController> self(this);
+    const auto goOn = [self] {
+        if (!self)
+            return;
+        QPointer<QWidget> window = self->window();
+        ImportSubmission::finish(self->m_importDict, self->m_delegate, [window] {
+            if (window)
+                window->showMinimized();
         });
+    };
+    if (!overlay) {
+        goOn();
+        return;
+    }
+    if (!outcome->tagged)
+        overlay->setDetailsLabelText(
+            localized("Its tags are kept in the library's catalogue only"));
+    overlay->setCompletionBlock(goOn);
+    overlay->hide(true);
 }
 
 void ImportViewController::cancelButtonPressed() {

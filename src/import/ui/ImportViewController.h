@@ -112,12 +112,20 @@ private:
     void openArtworkSearch();
     void openPhotoLibrary();
     void previewMedia();
+    // The import's outcome, back on the screen's thread: on success the editor goes on as it
+    // always has; on failure the overlay goes, an alert says why, and the editor keeps the
+    // record as it was before Import, edits and all.
+    void importDidFinish(const Result<LibraryItem>& outcome, QVariantMap submitted,
+                         QVariantMap before, MBProgressHUD* overlay);
 
     QVariantMap m_importDict;
     ImportViewControllerDelegate* m_delegate = nullptr;
     QMap<QString, QList<EditableImportTableViewCell*>> m_cells;
     QPointer<ImportTextField> m_currentTextField;
     bool m_observingText = false;
+    // The Year field shows the file's own year; until the user types in it, that year is the
+    // one the library gets.
+    bool m_yearEdited = false;
 
     GroupedTableView* m_tableView = nullptr;
     ImportTumbnailCell* m_thumbnailCell = nullptr;
