@@ -1,5 +1,6 @@
 #include "app/DemoDevice.h"
 
+#include "platform/Paths.h"
 #include "platform/PropertyList.h"
 
 #include <QCoreApplication>
@@ -37,15 +38,8 @@ Status copyTree(const QString& from, const QString& to) {
 } // namespace
 
 QString DemoDevice::systemDataFolder() {
-    const QString program = QCoreApplication::applicationDirPath();
-    // Installed: PREFIX/bin beside PREFIX/share; built: build/src/<area> beside build/share.
-    for (const QString& candidate : {program + QStringLiteral("/../share/tolvane"),
-                                     program + QStringLiteral("/../../share/tolvane"),
-                                     QStringLiteral(TOLVANE_INSTALLED_SYSTEM_ROOT)}) {
-        if (QFileInfo::exists(candidate + QStringLiteral("/demo/media")))
-            return QDir::cleanPath(candidate);
-    }
-    return QString();
+    const QString installed = Paths::installedDataFolder();
+    return QFileInfo::exists(installed + QStringLiteral("/demo/media")) ? installed : QString();
 }
 
 Status DemoDevice::create(const QString& folder, const QString& systemData) {

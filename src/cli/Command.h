@@ -31,6 +31,7 @@ QList<Command> allCommands();
 
 // The commands of each area.
 QList<Command> foundationCommands();
+QList<Command> settingsCommands();
 QList<Command> mediaCommands();
 QList<Command> imageCommands();
 QList<Command> searchCommands();

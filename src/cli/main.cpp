@@ -14,8 +14,8 @@ int fail(const QString& message) {
 }
 
 QList<Command> allCommands() {
-    return foundationCommands() + mediaCommands() + imageCommands() + searchCommands() +
-           libraryCommands() + browserCommands();
+    return foundationCommands() + settingsCommands() + mediaCommands() + imageCommands() +
+           searchCommands() + libraryCommands() + browserCommands();
 }
 
 } // namespace tolvane::cli

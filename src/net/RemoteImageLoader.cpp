@@ -40,7 +40,7 @@ RemoteImageLoader& RemoteImageLoader::shared() {
 }
 
 QString RemoteImageLoader::defaultDiskCacheFolder() {
-    return Paths::userRoot() + QStringLiteral("/Library/Caches/Tolvane/images");
+    return Paths::cacheFolder() + QStringLiteral("/images");
 }
 
 qint64 RemoteImageLoader::diskCacheLimit() const {

@@ -4,24 +4,70 @@
 #include <QFileInfo>
 #include <QMutex>
 #include <QMutexLocker>
+#include <QStandardPaths>
+
+#include <utility>
 
 namespace tolvane {
 
 namespace {
 
-// The system's data is installed beside the program when the device's own folder is absent.
+QString joined(const QString& base, const char* tail) {
+    return QDir::cleanPath(base + QLatin1Char('/') + QLatin1String(tail));
+}
+
+// The folder the running program lives in, without needing an application object.
+QString programFolder() {
+    const QString program = QFileInfo(QStringLiteral("/proc/self/exe")).symLinkTarget();
+    return program.isEmpty() ? QString() : QFileInfo(program).path();
+}
+
+// The system's data: the device's own "/Library" when it has Tolvane's folder, else the data
+// installed beside the program (PREFIX/bin beside PREFIX/share, or build/src/<area> beside
+// build/share), so that an install into any prefix, or a moved one, finds it.
 QString defaultSystemRoot() {
     const QString device = QStringLiteral("/Library");
     if (QFileInfo::exists(device + QStringLiteral("/Application Support/Tolvane")))
         return device;
-    return QStringLiteral(TOLVANE_INSTALLED_SYSTEM_ROOT);
+    return Paths::installedDataFolder();
+}
+
+// An XDG base folder: the variable when it holds an absolute path (a relative one is ignored,
+// as the rules say), else the folder under the home.
+QString xdgFolder(const char* variable, const char* underHome) {
+    const QString value = qEnvironmentVariable(variable);
+    if (!value.isEmpty() && QDir::isAbsolutePath(value))
+        return QDir::cleanPath(value);
+    return joined(QDir::homePath(), underHome);
+}
+
+QString standardFolder(QStandardPaths::StandardLocation location, const char* underHome) {
+    const QString folder = QStandardPaths::writableLocation(location);
+    return folder.isEmpty() ? joined(QDir::homePath(), underHome) : QDir::cleanPath(folder);
 }
 
 struct Roots {
-    QString device;
-    QString user = QStringLiteral("/var/mobile");
-    QString system = defaultSystemRoot();
+    QString device; // the device folder, or empty
+    bool desktop = false;
+    QString user;
+    QString system;
+    // The desktop layout's own folders; empty in a device layout.
+    QString config, cache, data, downloads, pictures;
 };
+
+Roots desktopRoots() {
+    Roots roots;
+    roots.desktop = true;
+    roots.user = QDir::cleanPath(QDir::homePath());
+    roots.system = defaultSystemRoot();
+    roots.config = xdgFolder("XDG_CONFIG_HOME", ".config");
+    roots.cache = xdgFolder("XDG_CACHE_HOME", ".cache");
+    roots.data = xdgFolder("XDG_DATA_HOME", ".local/share");
+    // These follow the desktop's own names for them (user-dirs.dirs).
+    roots.downloads = standardFolder(QStandardPaths::DownloadLocation, "Downloads");
+    roots.pictures = standardFolder(QStandardPaths::PicturesLocation, "Pictures");
+    return roots;
+}
 
 QMutex& rootsMutex() {
     static QMutex mutex;
@@ -29,7 +75,7 @@ QMutex& rootsMutex() {
 }
 
 Roots& roots() {
-    static Roots value;
+    static Roots value = desktopRoots();
     return value;
 }
 
@@ -38,11 +84,29 @@ Roots snapshot() {
     return roots();
 }
 
-QString joined(const QString& base, const char* tail) {
-    return QDir::cleanPath(base + QLatin1Char('/') + QLatin1String(tail));
+} // namespace
+
+QString Paths::installedDataFolder() {
+    const QString program = programFolder();
+    if (!program.isEmpty()) {
+        for (const char* relative : {"/../share/tolvane", "/../../share/tolvane"}) {
+            const QString candidate = QDir::cleanPath(program + QLatin1String(relative));
+            if (QFileInfo::exists(candidate + QStringLiteral("/Application Support/Tolvane")))
+                return candidate;
+        }
+    }
+    return QStringLiteral(TOLVANE_INSTALLED_SYSTEM_ROOT);
 }
 
-} // namespace
+void Paths::useDesktopLayout() {
+    Roots desktop = desktopRoots();
+    QMutexLocker lock(&rootsMutex());
+    roots() = std::move(desktop);
+}
+
+bool Paths::isDesktopLayout() {
+    return snapshot().desktop;
+}
 
 QString Paths::userRoot() {
     return snapshot().user;
@@ -58,17 +122,20 @@ QString Paths::deviceRoot() {
 
 void Paths::setDeviceRoot(const QString& deviceFolder) {
     const QString device = QDir::cleanPath(QFileInfo(deviceFolder).absoluteFilePath());
+    Roots layout;
+    layout.device = device;
+    layout.user = joined(device, "var/mobile");
+    layout.system = joined(device, "Library");
     QMutexLocker lock(&rootsMutex());
-    roots().device = device;
-    roots().user = joined(device, "var/mobile");
-    roots().system = joined(device, "Library");
+    roots() = std::move(layout);
 }
 
 void Paths::setRoots(const QString& userRoot, const QString& systemRoot) {
+    Roots layout;
+    layout.user = QDir::cleanPath(userRoot);
+    layout.system = QDir::cleanPath(systemRoot);
     QMutexLocker lock(&rootsMutex());
-    roots().device.clear();
-    roots().user = QDir::cleanPath(userRoot);
-    roots().system = QDir::cleanPath(systemRoot);
+    roots() = std::move(layout);
 }
 
 bool Paths::configureFromEnvironment() {
@@ -80,7 +147,8 @@ bool Paths::configureFromEnvironment() {
 }
 
 QString Paths::preferencesFolder() {
-    return joined(userRoot(), "Library/Preferences");
+    const Roots now = snapshot();
+    return now.desktop ? joined(now.config, "tolvane") : joined(now.user, "Library/Preferences");
 }
 
 QString Paths::preferencesFile() {
@@ -88,7 +156,8 @@ QString Paths::preferencesFile() {
 }
 
 QString Paths::defaultDestinationFolder() {
-    return joined(userRoot(), "Downloads");
+    const Roots now = snapshot();
+    return now.desktop ? now.downloads : joined(now.user, "Downloads");
 }
 
 QString Paths::applicationSupportFolder() {
@@ -108,11 +177,22 @@ QString Paths::iconsFolder() {
 }
 
 QString Paths::photoLibraryFolder() {
-    return joined(userRoot(), "Media/DCIM");
+    const Roots now = snapshot();
+    return now.desktop ? now.pictures : joined(now.user, "Media/DCIM");
 }
 
 QString Paths::inboxFolder() {
-    return joined(userRoot(), "Documents/Inbox");
+    const Roots now = snapshot();
+    return now.desktop ? joined(now.data, "tolvane/Inbox") : joined(now.user, "Documents/Inbox");
+}
+
+QString Paths::cacheFolder() {
+    const Roots now = snapshot();
+    return now.desktop ? joined(now.cache, "tolvane") : joined(now.user, "Library/Caches/Tolvane");
+}
+
+QString Paths::defaultLibraryFolder() {
+    return joined(userRoot(), "Media/Tolvane");
 }
 
 QString Paths::userRootFirstComponent() {

@@ -4,14 +4,23 @@
 
 namespace tolvane {
 
-// Every fixed path of the system, built in one place from two roots: the user root (the
-// device's "/var/mobile") and the system root (the device's "/Library"). A device folder given
-// with --root or TOLVANE_ROOT puts both under it, which is how the demo and the tests run.
+// Every fixed path of the system, built in one place. Two layouts:
+//  - the desktop's (the default): the user root is the home folder, the preferences live in
+//    "$XDG_CONFIG_HOME/tolvane", downloads and pictures are the desktop's own folders
+//    (user-dirs.dirs), the Inbox is "$XDG_DATA_HOME/tolvane/Inbox", caches
+//    "$XDG_CACHE_HOME/tolvane", and the system data is the one installed beside the program;
+//  - a device's: the user root "/var/mobile" and the system root "/Library", under a device
+//    folder given with --root or TOLVANE_ROOT (which is how the demo and the device-rule
+//    checks run; "--root /" is the device itself).
 class Paths {
 public:
     static QString userRoot();
     static QString systemRoot();
 
+    // The desktop layout, read anew from the environment (HOME, the XDG variables and
+    // user-dirs.dirs).
+    static void useDesktopLayout();
+    static bool isDesktopLayout();
     // DIR/var/mobile and DIR/Library.
     static void setDeviceRoot(const QString& deviceFolder);
     static void setRoots(const QString& userRoot, const QString& systemRoot);
@@ -33,6 +42,12 @@ public:
     // ("<user root>/Documents/Inbox"): the application works on its own entry, never on the
     // sender's file.
     static QString inboxFolder();
+    static QString cacheFolder();
+    // The media library's folder when the preferences name none.
+    static QString defaultLibraryFolder();
+    // The system data installed with the program: PREFIX/share/tolvane beside PREFIX/bin,
+    // found from the program's own place, else the prefix it was built for.
+    static QString installedDataFolder();
 
     // The first component of the user root ("var" on the device): the picker starts its
     // stack of folders there.

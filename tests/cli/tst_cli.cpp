@@ -40,6 +40,10 @@ private Q_SLOTS:
 
     void handoff_data();
     void handoff();
+    void paths();
+    void prefs_data();
+    void prefs();
+    void prefsAtOnce();
     void handoffReceive_data();
     void handoffReceive();
     void handoffAsPropertyList_data();
@@ -191,6 +195,142 @@ void TestCli::handoff() {
     } else {
         QVERIFY(record.isNull());
     }
+}
+
+void TestCli::paths() {
+    // A desktop: a home of its own, XDG folders, and a download folder named in user-dirs.dirs
+    // with a space and a letter beyond ASCII.
+    QTemporaryDir home;
+    const QString h = home.path();
+    QVERIFY(writeFile(h + s("/.config/user-dirs.dirs"),
+                      "XDG_DOWNLOAD_DIR=\"$HOME/Downloads \xc3\xa9t\xc3\xa9\"\n"));
+    const QStringList desktop{s("HOME=") + h, s("XDG_CONFIG_HOME="),
+                              s("XDG_CACHE_HOME=") + h + s("/cache"),
+                              s("XDG_DATA_HOME=") + h + s("/data")};
+    const Run onDesktop = run({s("paths")}, desktop);
+    QCOMPARE(onDesktop.exitCode, 0);
+    const QJsonObject d = json(onDesktop.out);
+    QCOMPARE(d.keys(),
+             (QStringList{s("cache"), s("catalogue"), s("destination"), s("inbox"), s("layout"),
+                          s("library"), s("photoLibrary"), s("preferencesFile"),
+                          s("preferencesFolder"), s("systemRoot"), s("userRoot")}));
+    QCOMPARE(d.value(s("layout")).toString(), s("desktop"));
+    QCOMPARE(d.value(s("userRoot")).toString(), h);
+    QCOMPARE(d.value(s("preferencesFolder")).toString(), h + s("/.config/tolvane"));
+    QCOMPARE(d.value(s("destination")).toString(), h + s("/Downloads été"));
+    QVERIFY(QFileInfo(h + s("/Downloads été")).isDir()); // made when missing
+    QCOMPARE(d.value(s("library")).toString(), h + s("/Media/Tolvane"));
+    QCOMPARE(d.value(s("catalogue")).toString(), h + s("/Media/Tolvane/Library.sqlite"));
+    QCOMPARE(d.value(s("cache")).toString(), h + s("/cache/tolvane"));
+    QCOMPARE(d.value(s("inbox")).toString(), h + s("/data/tolvane/Inbox"));
+    QVERIFY(
+        QFileInfo(d.value(s("systemRoot")).toString() + s("/Application Support/Tolvane")).isDir());
+    // A library named in the preferences wins.
+    QCOMPARE(run({s("prefs"), s("set"), s("libraryPath"), h + s("/Elsewhere")}, desktop).exitCode,
+             0);
+    QCOMPARE(json(run({s("paths")}, desktop).out).value(s("library")).toString(),
+             h + s("/Elsewhere"));
+
+    // A device folder keeps the device's layout.
+    const QJsonObject device = json(run({s("paths"), s("--root"), m_device.path()}).out);
+    QCOMPARE(device.value(s("layout")).toString(), s("device"));
+    QCOMPARE(device.value(s("userRoot")).toString(), m_device.path() + s("/var/mobile"));
+    QCOMPARE(device.value(s("inbox")).toString(),
+             m_device.path() + s("/var/mobile/Documents/Inbox"));
+    QCOMPARE(device.value(s("preferencesFile")).toString(), Paths::preferencesFile());
+}
+
+void TestCli::prefs_data() {
+    // The preferences file before ("" for none), the command, its exit status, and the file's
+    // dictionary after (null for "unchanged").
+    QTest::addColumn<QByteArray>("before");
+    QTest::addColumn<QStringList>("command");
+    QTest::addColumn<int>("exitCode");
+    QTest::addColumn<QVariantMap>("after");
+    const QByteArray stores = PropertyListWriter::toXml(QVariantMap{
+        {s("savePath"), s("/old")},
+        {s("downloads"), QVariantMap{{s("k1"), QVariantMap{{s("title"), s("Song One")}}}}}});
+    const QVariantMap downloads{{s("k1"), QVariantMap{{s("title"), s("Song One")}}}};
+    QTest::newRow("set into a missing file")
+        << QByteArray() << QStringList{s("set"), s("savePath"), s("/new")} << 0
+        << QVariantMap{{s("savePath"), s("/new")}};
+    QTest::newRow("set keeps the stores")
+        << stores << QStringList{s("set"), s("savePath"), s("/new")} << 0
+        << QVariantMap{{s("savePath"), s("/new")}, {s("downloads"), downloads}};
+    QTest::newRow("unset") << stores << QStringList{s("unset"), s("savePath")} << 0
+                           << QVariantMap{{s("downloads"), downloads}};
+    QTest::newRow("get a missing key")
+        << stores << QStringList{s("get"), s("nothing")} << 1 << QVariantMap();
+    QTest::newRow("relative savePath")
+        << stores << QStringList{s("set"), s("savePath"), s("rel/x")} << 2 << QVariantMap();
+    QTest::newRow("relative libraryPath")
+        << stores << QStringList{s("set"), s("libraryPath"), s("./lib")} << 2 << QVariantMap();
+    QTest::newRow("damaged file") << QByteArray("<?xml version=\"1.0\"?><plist><dict><key>a")
+                                  << QStringList{s("set"), s("savePath"), s("/new")} << 2
+                                  << QVariantMap();
+    QTest::newRow("binary garbage") << QByteArray("bplist00\xff\x00\x13garbage", 19)
+                                    << QStringList{s("unset"), s("savePath")} << 2 << QVariantMap();
+    QTest::newRow("empty file") << QByteArray("") << QStringList{s("set"), s("a"), s("b")} << 2
+                                << QVariantMap();
+    QTest::newRow("no such action")
+        << stores << QStringList{s("drop"), s("savePath")} << 2 << QVariantMap();
+}
+
+void TestCli::prefs() {
+    QFETCH(QByteArray, before);
+    QFETCH(QStringList, command);
+    QFETCH(int, exitCode);
+    QFETCH(QVariantMap, after);
+    QTemporaryDir device;
+    const QString file =
+        device.filePath(s("var/mobile/Library/Preferences/") + s(Paths::preferencesFileName));
+    const bool existed = !before.isNull();
+    if (existed)
+        QVERIFY(writeFile(file, before));
+    const Run result = run(QStringList{s("prefs"), s("--root"), device.path()} + command);
+    QCOMPARE(result.exitCode, exitCode);
+    if (exitCode == 2) {
+        QVERIFY(result.err.startsWith("tolvane-cli: "));
+        QVERIFY(result.err.count('\n') == 1);
+    }
+    if (after.isEmpty()) {
+        // Refused or only read: the file is as it was.
+        if (existed)
+            QCOMPARE(contents(file), before);
+        else
+            QVERIFY(!QFileInfo::exists(file));
+        return;
+    }
+    const Result<QVariantMap> written = PropertyListReader::readDictionary(file);
+    QVERIFY2(written.ok(), qPrintable(written.errorText()));
+    QCOMPARE(*written, after);
+    QVERIFY(contents(file).startsWith("<?xml"));
+    const QStringList left = QDir(QFileInfo(file).path()).entryList(QDir::Files | QDir::Hidden);
+    QCOMPARE(left, QStringList{s(Paths::preferencesFileName)});
+}
+
+void TestCli::prefsAtOnce() {
+    // Two changes at the same moment, many times over: every key lands.
+    QTemporaryDir device;
+    QList<QProcess*> running;
+    constexpr int rounds = 12;
+    for (int i = 0; i < rounds; ++i) {
+        for (const char* side : {"a", "b"}) {
+            auto* process = new QProcess(this);
+            process->start(s(TOLVANE_CLI), {s("prefs"), s("--root"), device.path(), s("set"),
+                                            s(side) + QString::number(i), s("v")});
+            running.append(process);
+        }
+    }
+    for (QProcess* process : running) {
+        QVERIFY(process->waitForFinished(20000));
+        QCOMPARE(process->exitCode(), 0);
+        delete process;
+    }
+    const Result<QVariantMap> written = PropertyListReader::readDictionary(
+        device.filePath(s("var/mobile/Library/Preferences/") + s(Paths::preferencesFileName)));
+    QVERIFY(written.ok());
+    QCOMPARE(written->size(), 2 * rounds);
 }
 
 void TestCli::handoffReceive_data() {

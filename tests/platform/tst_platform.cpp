@@ -9,11 +9,13 @@
 #include <QDir>
 #include <QRandomGenerator>
 #include <QRegularExpression>
+#include <QScopeGuard>
 #include <QTemporaryDir>
 #include <QTest>
 #include <QTimeZone>
 
 #include <functional>
+#include <optional>
 #include <sys/stat.h>
 
 using namespace tolvane;
@@ -75,6 +77,8 @@ private Q_SLOTS:
     void pathsUnderDeviceRoot_data();
     void pathsUnderDeviceRoot();
     void deviceRootIsMadeAbsolute();
+    void desktopLayout_data();
+    void desktopLayout();
 
     void scopedDeviceInstallsAndRestores();
 };
@@ -426,6 +430,78 @@ void TestPlatform::pathsUnderDeviceRoot() {
     QTemporaryDir dir;
     Paths::setDeviceRoot(dir.path());
     QCOMPARE(accessor(), dir.path() + QLatin1Char('/') + relative);
+}
+
+void TestPlatform::desktopLayout_data() {
+    // What the environment holds (HOME is the test's own); "-" for a variable left unset.
+    QTest::addColumn<QString>("configHome");
+    QTest::addColumn<QString>("userDirs"); // XDG_DOWNLOAD_DIR's value, or empty for no file
+    QTest::addColumn<QString>("prefsFolder");
+    QTest::addColumn<QString>("downloads");
+    QTest::newRow("nothing set") << s("-") << QString() << s("HOME/.config/tolvane")
+                                 << s("HOME/Downloads");
+    QTest::newRow("XDG folders and a download folder of the user's naming")
+        << s("HOME/conf") << s("$HOME/Téléchargements à moi") << s("HOME/conf/tolvane")
+        << s("HOME/Téléchargements à moi");
+    // The rules ignore a relative XDG_CONFIG_HOME.
+    QTest::newRow("relative XDG_CONFIG_HOME")
+        << s("conf") << QString() << s("HOME/.config/tolvane") << s("HOME/Downloads");
+}
+
+void TestPlatform::desktopLayout() {
+    QFETCH(QString, configHome);
+    QFETCH(QString, userDirs);
+    QFETCH(QString, prefsFolder);
+    QFETCH(QString, downloads);
+    QTemporaryDir home;
+    const QString h = home.path();
+    const auto expand = [&h](QString text) { return text.replace(s("HOME"), h); };
+    const QList<QByteArray> variables{"HOME", "XDG_CONFIG_HOME", "XDG_CACHE_HOME", "XDG_DATA_HOME"};
+    QList<std::optional<QByteArray>> saved;
+    for (const QByteArray& name : variables)
+        saved.append(qEnvironmentVariableIsSet(name.constData())
+                         ? std::optional<QByteArray>(qgetenv(name.constData()))
+                         : std::nullopt);
+    const auto restore = qScopeGuard([&] {
+        for (qsizetype i = 0; i < variables.size(); ++i) {
+            if (saved.at(i))
+                qputenv(variables.at(i).constData(), *saved.at(i));
+            else
+                qunsetenv(variables.at(i).constData());
+        }
+        Paths::setRoots(s("/var/mobile"), s("/Library"));
+    });
+    qputenv("HOME", QFile::encodeName(h));
+    qunsetenv("XDG_CACHE_HOME");
+    qunsetenv("XDG_DATA_HOME");
+    if (configHome == s("-"))
+        qunsetenv("XDG_CONFIG_HOME");
+    else
+        qputenv("XDG_CONFIG_HOME", expand(configHome).toUtf8());
+    if (!userDirs.isEmpty()) {
+        const QString config = configHome == s("-") ? h + s("/.config") : expand(configHome);
+        QVERIFY(writeFile(config + s("/user-dirs.dirs"),
+                          (s("XDG_DOWNLOAD_DIR=\"") + userDirs + s("\"\n")).toUtf8()));
+    }
+
+    Paths::useDesktopLayout();
+    QVERIFY(Paths::isDesktopLayout());
+    QCOMPARE(Paths::userRoot(), h);
+    QCOMPARE(Paths::userRootFirstComponent(), h.section(QLatin1Char('/'), 1, 1));
+    QCOMPARE(Paths::preferencesFolder(), expand(prefsFolder));
+    QCOMPARE(Paths::preferencesFile(),
+             expand(prefsFolder) + s("/") + s(Paths::preferencesFileName));
+    QCOMPARE(Paths::defaultDestinationFolder(), expand(downloads));
+    QCOMPARE(Paths::inboxFolder(), h + s("/.local/share/tolvane/Inbox"));
+    QCOMPARE(Paths::cacheFolder(), h + s("/.cache/tolvane"));
+    QCOMPARE(Paths::defaultLibraryFolder(), h + s("/Media/Tolvane"));
+    QVERIFY(!Paths::systemRoot().contains(s("/var/mobile")));
+
+    // A device folder keeps the device's layout, "/" included.
+    Paths::setDeviceRoot(s("/"));
+    QVERIFY(!Paths::isDesktopLayout());
+    QCOMPARE(Paths::preferencesFolder(), s("/var/mobile/Library/Preferences"));
+    QCOMPARE(Paths::inboxFolder(), s("/var/mobile/Documents/Inbox"));
 }
 
 void TestPlatform::deviceRootIsMadeAbsolute() {

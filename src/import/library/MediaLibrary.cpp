@@ -134,7 +134,7 @@ QString MediaLibrary::defaultFolder() {
         preferences.valueOr({}).value(QStringLiteral("libraryPath")).toString();
     if (!configured.isEmpty())
         return configured;
-    return Paths::userRoot() + QStringLiteral("/Media/Tolvane");
+    return Paths::defaultLibraryFolder();
 }
 
 QString MediaLibrary::catalogueFile() const {
