@@ -51,6 +51,10 @@ int main(int argc, char** argv) {
         printUsage(commands, stdout);
         return Success;
     }
+    if (name == QLatin1String("--version") || name == QLatin1String("-v")) {
+        std::printf("tolvane-cli %s\n", TOLVANE_VERSION);
+        return Success;
+    }
     const auto found =
         std::find_if(commands.cbegin(), commands.cend(),
                      [&name](const Command& command) { return command.name == name; });

@@ -313,7 +313,7 @@ void TestCli::prefsAtOnce() {
     // Two changes at the same moment, many times over: every key lands.
     QTemporaryDir device;
     QList<QProcess*> running;
-    constexpr int rounds = 12;
+    constexpr int rounds = 8;
     for (int i = 0; i < rounds; ++i) {
         for (const char* side : {"a", "b"}) {
             auto* process = new QProcess(this);

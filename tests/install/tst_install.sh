@@ -1,0 +1,66 @@
+#!/usr/bin/env bash
+# Installs the build into a temporary prefix and checks the tree as a desktop sees it: the
+# desktop entry and the metainfo through the freedesktop validators, the icon theme's files,
+# the man pages and the completion, and that the installed programs find their data from
+# where they are, in that prefix and after the whole tree has been moved.
+#   tests/install/tst_install.sh BUILD_DIR
+set -euo pipefail
+build="$1"
+work="$(mktemp -d)"
+trap 'rm -rf "$work"' EXIT
+
+failures=0
+check() {
+    local what="$1"
+    shift
+    if "$@" >"$work/out" 2>&1; then
+        echo "ok: $what"
+    else
+        echo "FAIL: $what"
+        sed 's/^/    /' "$work/out"
+        failures=$((failures + 1))
+    fi
+}
+
+# The value of a top-level text key of the one-line JSON tolvane-cli prints.
+json_text() {
+    sed -n "s/.*\"$1\": *\"\\([^\"]*\\)\".*/\\1/p"
+}
+
+prefix="$work/prefix"
+cmake --install "$build" --prefix "$prefix" >/dev/null
+
+share="$prefix/share"
+check "desktop entry validates" desktop-file-validate "$share/applications/tolvane.desktop"
+check "desktop entry takes URLs and files" grep -q '^Exec=tolvane %U$' "$share/applications/tolvane.desktop"
+check "desktop entry handles tolvane://" grep -q 'x-scheme-handler/tolvane;' "$share/applications/tolvane.desktop"
+check "metainfo validates" appstreamcli validate --no-net "$share/metainfo/com.merrowby.Tolvane.metainfo.xml"
+for size in 16 22 24 32 48 64 128 256 512; do
+    check "icon ${size}x${size}" test -s "$share/icons/hicolor/${size}x${size}/apps/tolvane.png"
+done
+check "scalable icon" test -s "$share/icons/hicolor/scalable/apps/tolvane.svg"
+check "man pages" test -s "$share/man/man1/tolvane.1.gz" -a -s "$share/man/man1/tolvane-cli.1.gz"
+check "man pages read" bash -c "gzip -dc '$share/man/man1/tolvane-cli.1.gz' | grep -q '^.SH COMMANDS'"
+check "bash completion parses" bash -n "$share/bash-completion/completions/tolvane-cli"
+
+home="$work/home"
+mkdir -p "$home"
+run_cli() {
+    env -u TOLVANE_ROOT -u XDG_CONFIG_HOME -u XDG_DATA_HOME -u XDG_CACHE_HOME HOME="$home" "$@"
+}
+system_root_of() {
+    run_cli "$1/bin/tolvane-cli" paths | json_text systemRoot
+}
+check "installed tolvane-cli finds its data in the prefix" \
+    test "$(system_root_of "$prefix")" = "$prefix/share/tolvane"
+check "installed tolvane-cli finds the file-type icons" \
+    grep -q '"scan": "audio.png"' <(run_cli "$prefix/bin/tolvane-cli" icon mp3)
+check "tolvane --version" env QT_QPA_PLATFORM=offscreen "$prefix/bin/tolvane" --version
+check "tolvane-cli --version" "$prefix/bin/tolvane-cli" --version
+
+mv "$prefix" "$work/moved"
+check "a moved tree still finds its data" \
+    test "$(system_root_of "$work/moved")" = "$work/moved/share/tolvane"
+
+[ "$failures" -eq 0 ] && echo "install: every check passed"
+exit "$failures"
