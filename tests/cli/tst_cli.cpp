@@ -272,6 +272,9 @@ void TestCli::prefs_data() {
                                     << QStringList{s("unset"), s("savePath")} << 2 << QVariantMap();
     QTest::newRow("empty file") << QByteArray("") << QStringList{s("set"), s("a"), s("b")} << 2
                                 << QVariantMap();
+    QTest::newRow("a folder where the file should be")
+        << QByteArray("FOLDER") << QStringList{s("set"), s("savePath"), s("/new")} << 2
+        << QVariantMap();
     QTest::newRow("no such action")
         << stores << QStringList{s("drop"), s("savePath")} << 2 << QVariantMap();
 }
@@ -284,7 +287,10 @@ void TestCli::prefs() {
     QTemporaryDir device;
     const QString file =
         device.filePath(s("var/mobile/Library/Preferences/") + s(Paths::preferencesFileName));
-    const bool existed = !before.isNull();
+    const bool folder = before == "FOLDER";
+    const bool existed = !before.isNull() && !folder;
+    if (folder)
+        QVERIFY(QDir().mkpath(file));
     if (existed)
         QVERIFY(writeFile(file, before));
     const Run result = run(QStringList{s("prefs"), s("--root"), device.path()} + command);
@@ -297,6 +303,8 @@ void TestCli::prefs() {
         // Refused or only read: the file is as it was.
         if (existed)
             QCOMPARE(contents(file), before);
+        else if (folder)
+            QVERIFY(QFileInfo(file).isDir());
         else
             QVERIFY(!QFileInfo::exists(file));
         return;

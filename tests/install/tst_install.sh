@@ -58,6 +58,27 @@ check "installed tolvane-cli finds the file-type icons" \
 check "tolvane --version" env QT_QPA_PLATFORM=offscreen "$prefix/bin/tolvane" --version
 check "tolvane-cli --version" "$prefix/bin/tolvane-cli" --version
 
+# A first run on a desktop: a home with nothing of Tolvane's, a download folder named in
+# user-dirs.dirs with a space and a letter beyond ASCII. The download folder is made, a file in
+# it imports into ~/Media/Tolvane, and the device's folders appear nowhere.
+mkdir -p "$home/.config"
+printf 'XDG_DOWNLOAD_DIR="$HOME/Downloads \303\251t\303\251"\n' >"$home/.config/user-dirs.dirs"
+downloads="$home/Downloads été"
+check "the download folder is made on first use" \
+    test "$(run_cli "$prefix/bin/tolvane-cli" paths | json_text destination)" = "$downloads" -a -d "$downloads"
+fixtures="$(cd "$(dirname "$0")/../fixtures/media" && pwd)"
+cp "$fixtures/id3v24.mp3" "$downloads/Harbour Song.mp3"
+check "a download imports into ~/Media/Tolvane" \
+    bash -c "env -u TOLVANE_ROOT -u XDG_CONFIG_HOME -u XDG_DATA_HOME -u XDG_CACHE_HOME HOME='$home' \
+        '$prefix/bin/tolvane-cli' import '$downloads/Harbour Song.mp3' --kind song |
+        grep -q '\"path\": \"$home/Media/Tolvane/'"
+check "the application starts on the desktop with a file handed over" \
+    bash -c "env -u TOLVANE_ROOT -u XDG_CONFIG_HOME -u XDG_DATA_HOME -u XDG_CACHE_HOME HOME='$home' \
+        QT_QPA_PLATFORM=offscreen timeout 30 '$prefix/bin/tolvane' --no-launch-delay \
+        --quit-when-shown '$downloads/Harbour Song.mp3' | grep -q '^shown'"
+check "the user's download is untouched" cmp "$fixtures/id3v24.mp3" "$downloads/Harbour Song.mp3"
+check "no device folder on a desktop" test ! -e "$home/var" -a ! -e "$home/Library"
+
 mv "$prefix" "$work/moved"
 check "a moved tree still finds its data" \
     test "$(system_root_of "$work/moved")" = "$work/moved/share/tolvane"
