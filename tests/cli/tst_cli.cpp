@@ -231,6 +231,17 @@ void TestCli::paths() {
     QCOMPARE(json(run({s("paths")}, desktop).out).value(s("library")).toString(),
              h + s("/Elsewhere"));
 
+    // Something that is not a folder where the download folder should be: the same chain as
+    // on a device, where anything that exists there is taken as it is, and the file is left
+    // alone.
+    QTemporaryDir blocked;
+    QVERIFY(writeFile(blocked.filePath(s("Downloads")), "a file"));
+    const Run fallback = run({s("paths")}, {s("HOME=") + blocked.path(), s("XDG_CONFIG_HOME=")});
+    QCOMPARE(fallback.exitCode, 0);
+    QCOMPARE(json(fallback.out).value(s("destination")).toString(),
+             blocked.filePath(s("Downloads")));
+    QCOMPARE(contents(blocked.filePath(s("Downloads"))), QByteArray("a file"));
+
     // A device folder keeps the device's layout.
     const QJsonObject device = json(run({s("paths"), s("--root"), m_device.path()}).out);
     QCOMPARE(device.value(s("layout")).toString(), s("device"));
