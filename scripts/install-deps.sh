@@ -11,6 +11,7 @@ packages=(
     libbenchmark-dev clang-format
     clang-16 libclang-rt-16-dev llvm-16
     xvfb xauth
+    dbus-daemon dbus-session-bus-common
     desktop-file-utils appstream dpkg-dev lintian
 )
 

@@ -2,6 +2,7 @@
 
 #include "browser/DirectoryListing.h"
 #include "platform/Localisation.h"
+#include "platform/Paths.h"
 
 #include <QFile>
 
@@ -25,6 +26,15 @@ void DeleteFileActivity::prepareWithActivityItems(const QVariantList& items) {
 }
 
 void DeleteFileActivity::performActivity() {
+    if (Paths::isDesktopLayout()) {
+        const Status trashed = DirectoryListing::moveItemToTrash(QFile::encodeName(m_filePath));
+        if (m_delegate && trashed)
+            m_delegate->DeleteFileActivityMovedToTrash(m_filePath);
+        else if (m_delegate)
+            m_delegate->DeleteFileActivityCannotMoveToTrash(m_filePath, trashed.failure());
+        activityDidFinish(bool(trashed));
+        return;
+    }
     ignoreFailure(DirectoryListing::removeItemAtPath(QFile::encodeName(m_filePath)),
                   "the sheet's delete always reports done; the listing shows what is left");
     if (m_delegate)

@@ -5,27 +5,81 @@
 #include "browser/FileTypeTable.h"
 
 #include <QFile>
+#include <QLoggingCategory>
 
 namespace tolvane {
 
+namespace {
+Q_LOGGING_CATEGORY(lcListing, "tolvane.listing")
+}
+
 DirectoryListModel::DirectoryListModel(const QString& path, ExportabilityCache* cache,
                                        QObject* parent)
+    : DirectoryListModel(path, ListingOrder::current(), cache, parent) {}
+
+DirectoryListModel::DirectoryListModel(const QString& path, ListingOrder::Kind order,
+                                       ExportabilityCache* cache, QObject* parent)
     : QAbstractListModel(parent)
     , m_path(path)
     , m_nativePath(QFile::encodeName(path))
-    , m_cache(cache) {
+    , m_cache(cache)
+    , m_order(order) {
     if (m_cache)
         connect(m_cache, &ExportabilityCache::answered, this, &DirectoryListModel::takeAnswer);
+    m_refresh.setSingleShot(true);
+    m_refresh.setInterval(refreshIntervalMs);
+    connect(&m_refresh, &QTimer::timeout, this, &DirectoryListModel::rebuildFileList);
+    connect(&m_watcher, &QFileSystemWatcher::directoryChanged, this,
+            &DirectoryListModel::folderChanged);
     rebuildFileList();
 }
 
+void DirectoryListModel::follow() {
+    if (m_path.isEmpty() || isFollowingFolder())
+        return;
+    if (!m_watcher.addPath(m_path)) {
+        qCWarning(lcListing).noquote()
+            << QStringLiteral("%1: changes are not followed (the folder is gone, unreadable, or "
+                              "the system's limit of watched folders is reached); refresh the "
+                              "listing to read it again")
+                   .arg(m_path);
+    }
+}
+
+void DirectoryListModel::folderChanged() {
+    // The first change of a burst starts the wait; the rest of the burst is read with it.
+    if (!m_refresh.isActive())
+        m_refresh.start();
+}
+
+void DirectoryListModel::setOrder(ListingOrder::Kind order) {
+    if (order == m_order)
+        return;
+    m_order = order;
+    rebuildFileList();
+}
+
+int DirectoryListModel::rowOfPath(const QString& path) const {
+    const QByteArray native = QFile::encodeName(path);
+    for (qsizetype row = 0; row < m_files.size(); ++row) {
+        if (m_files.at(row).nativePath() == native)
+            return int(row);
+    }
+    return -1;
+}
+
 void DirectoryListModel::rebuildFileList() {
+    m_refresh.stop();
+    follow();
+    Result<QList<PSDirectoryPickerEntry>> listed = DirectoryListing::rebuildFileList(m_nativePath);
+    if (!listed)
+        qCInfo(lcListing).noquote() << listed.errorText() << "(listed as empty)";
+    QList<PSDirectoryPickerEntry> files = std::move(listed).valueOr({});
+    ListingOrder::sort(files, m_order);
+
     beginResetModel();
     m_table = FileTypeTable::installed();
-    const Result<QList<PSDirectoryPickerEntry>> listed =
-        DirectoryListing::rebuildFileList(m_nativePath);
-    ignoreFailure(listed, "an unreadable folder lists as empty");
-    m_files = listed.valueOr({});
+    m_files = std::move(files);
     m_answers.assign(size_t(m_files.size()), Answer::Unknown);
     m_asked.clear();
     endResetModel();

@@ -2,7 +2,12 @@
 
 #include "platform/Paths.h"
 
+#include <QDir>
 #include <QFile>
+#include <QFileInfo>
+#include <QSaveFile>
+#include <QStandardPaths>
+#include <QUrl>
 
 #include <cerrno>
 #include <cstring>
@@ -144,7 +149,35 @@ Status DirectoryListing::deleteEntry(const PSDirectoryPickerEntry& entry) {
     return deleteEntry(entry, Paths::userRoot());
 }
 
-Status DirectoryListing::deleteEntry(const PSDirectoryPickerEntry& entry, const QString& userRoot) {
+namespace {
+
+using ItemRemoval = Status (*)(const QByteArray&);
+
+// The Trash's readers take the place an item came from as an escaped address ("%25" for "%",
+// "%20" for a blank); Qt writes it as it is, which they read wrongly or not at all. The line
+// is written again, escaped, beside the item's other information.
+void escapeTrashInfo(const QString& pathInTrash, const QString& original) {
+    const QFileInfo inTrash(pathInTrash);
+    const QString infoPath =
+        inTrash.dir().filePath(QStringLiteral("../info/%1.trashinfo").arg(inTrash.fileName()));
+    QFile info(infoPath);
+    if (!info.open(QIODevice::ReadOnly))
+        return;
+    QList<QByteArray> lines = info.readAll().split('\n');
+    info.close();
+    for (QByteArray& line : lines) {
+        if (line.startsWith("Path="))
+            line = "Path=" + QUrl::toPercentEncoding(original, "/");
+    }
+    QSaveFile rewritten(infoPath);
+    if (rewritten.open(QIODevice::WriteOnly) && rewritten.write(lines.join('\n')) >= 0)
+        ignoreFailure(rewritten.commit() ? Status()
+                                         : Status(Failure(rewritten.errorString(), infoPath)),
+                      "the item is in the Trash; only its way back is less exact");
+}
+
+Status disposeOfEntry(const PSDirectoryPickerEntry& entry, const QString& userRoot,
+                      ItemRemoval removeItemAtPath) {
     const QByteArray path = entry.nativePath();
     const QByteArray root = QFile::encodeName(userRoot);
     std::optional<Failure> first;
@@ -153,10 +186,10 @@ Status DirectoryListing::deleteEntry(const PSDirectoryPickerEntry& entry, const 
             first = status.failure();
     };
     if (isSymbolicLink(path)) {
-        const QByteArray target = resolvedPath(path);
+        const QByteArray target = DirectoryListing::resolvedPath(path);
         if (target != path && isRegularFileInside(target, root)) {
             keepFirst(removeItemAtPath(target));
-            const QByteArray artwork = companionArtworkPath(target);
+            const QByteArray artwork = DirectoryListing::companionArtworkPath(target);
             if (isRegularFileInside(artwork, root))
                 keepFirst(removeItemAtPath(artwork));
         }
@@ -164,6 +197,46 @@ Status DirectoryListing::deleteEntry(const PSDirectoryPickerEntry& entry, const 
     keepFirst(removeItemAtPath(path));
     if (first)
         return *first;
+    return {};
+}
+
+} // namespace
+
+Status DirectoryListing::deleteEntry(const PSDirectoryPickerEntry& entry, const QString& userRoot) {
+    return disposeOfEntry(entry, userRoot, &DirectoryListing::removeItemAtPath);
+}
+
+Status DirectoryListing::moveEntryToTrash(const PSDirectoryPickerEntry& entry) {
+    return moveEntryToTrash(entry, Paths::userRoot());
+}
+
+Status DirectoryListing::moveEntryToTrash(const PSDirectoryPickerEntry& entry,
+                                          const QString& userRoot) {
+    return disposeOfEntry(entry, userRoot, &DirectoryListing::moveItemToTrash);
+}
+
+Status DirectoryListing::moveItemToTrash(const QByteArray& nativePath) {
+    struct stat info {};
+    if (nativePath.isEmpty())
+        return Failure(QStringLiteral("no path given"));
+    if (::lstat(nativePath.constData(), &info) != 0)
+        return errno == ENOENT ? Status() : systemFailure(nativePath, "cannot be read", errno);
+    if (canonical(nativePath) == "/")
+        return Failure(QStringLiteral("the root folder is never removed"), QStringLiteral("/"));
+    // A link whose destination is gone (into the Trash, with it) points nowhere: only the link
+    // itself is left, and it holds nothing to put back.
+    struct stat destination {};
+    if (S_ISLNK(info.st_mode) && ::stat(nativePath.constData(), &destination) != 0)
+        return removeItemAtPath(nativePath);
+    // The home's Trash lives in the data folder, which a new account may not have yet.
+    QDir().mkpath(QStandardPaths::writableLocation(QStandardPaths::GenericDataLocation));
+    const QString original = QFileInfo(QFile::decodeName(nativePath)).absoluteFilePath();
+    QFile item(original);
+    if (!item.moveToTrash()) {
+        return Failure(QStringLiteral("cannot be moved to the Trash: %1").arg(item.errorString()),
+                       item.fileName());
+    }
+    escapeTrashInfo(item.fileName(), original);
     return {};
 }
 

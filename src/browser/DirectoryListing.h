@@ -35,6 +35,15 @@ public:
     static Status deleteEntry(const PSDirectoryPickerEntry& entry);
     static Status deleteEntry(const PSDirectoryPickerEntry& entry, const QString& userRoot);
 
+    // The same as deleteEntry, but every item goes to the desktop's Trash instead of away for
+    // good. Fails, with nothing of that item moved, where no Trash can take it (a file system
+    // without a Trash of its own that the home's Trash cannot reach).
+    static Status moveEntryToTrash(const PSDirectoryPickerEntry& entry);
+    static Status moveEntryToTrash(const PSDirectoryPickerEntry& entry, const QString& userRoot);
+    // Moves one item (a folder with all it holds) to the Trash, with the information that lets
+    // it be put back. A path that is not there is no failure.
+    static Status moveItemToTrash(const QByteArray& nativePath);
+
     // Removes a file, a link (never what it points to) or a folder with everything in it. A
     // path that is not there is no failure; the first item that could not be removed is.
     static Status removeItemAtPath(const QByteArray& nativePath);

@@ -3,6 +3,7 @@
 #include "platform/Localisation.h"
 
 #include <QFile>
+#include <QFileInfo>
 #include <QMimeDatabase>
 #include <QUrl>
 
@@ -31,16 +32,38 @@ QString iconNameOf(GAppInfo* info) {
     return name;
 }
 
+// Tolvane itself: offering it would hand the file back to where it is already.
+bool isThisApplication(GAppInfo* info) {
+    const QString id = text(g_app_info_get_id(info));
+    const QString executable = QFileInfo(text(g_app_info_get_executable(info))).fileName();
+    return id == QLatin1String(OpenInApplications::ownDesktopId) ||
+           executable == QLatin1String("tolvane");
+}
+
+// The applications for the type, the desktop's default for it first, never Tolvane.
 template <typename Visit>
 void forEachApplication(const QString& mimeType, Visit visit) {
     const QByteArray type = mimeType.toUtf8();
+    GAppInfo* preferred = g_app_info_get_default_for_type(type.constData(), FALSE);
     GList* all = g_app_info_get_all_for_type(type.constData());
+    QList<GAppInfo*> ordered;
+    if (preferred && g_app_info_should_show(preferred) && !isThisApplication(preferred))
+        ordered.append(preferred);
     for (GList* item = all; item; item = item->next) {
         auto* info = static_cast<GAppInfo*>(item->data);
-        if (g_app_info_should_show(info) && !visit(info))
+        if (!g_app_info_should_show(info) || isThisApplication(info))
+            continue;
+        if (preferred && g_app_info_equal(info, preferred))
+            continue;
+        ordered.append(info);
+    }
+    for (GAppInfo* info : std::as_const(ordered)) {
+        if (!visit(info))
             break;
     }
     g_list_free_full(all, g_object_unref);
+    if (preferred)
+        g_object_unref(preferred);
 }
 
 } // namespace

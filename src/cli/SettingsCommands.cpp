@@ -1,8 +1,8 @@
 #include "app/Preferences.h"
-#include "app/PreferencesFile.h"
 #include "cli/Command.h"
 #include "import/library/MediaLibrary.h"
 #include "platform/Paths.h"
+#include "platform/PreferencesFile.h"
 
 #include <QDir>
 #include <QVariantMap>

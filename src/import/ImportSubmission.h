@@ -23,6 +23,12 @@ public:
     // A null path is "no file to delete".
     virtual void ImportViewControllerDidCancel(const QString& path) { Q_UNUSED(path); }
     virtual void ImportViewControllerDidStart() {}
+    // An import ended, well or not: the record as submitted and what became of it.
+    virtual void ImportViewControllerDidImport(const QVariantMap& record,
+                                               const Result<LibraryItem>& outcome) {
+        Q_UNUSED(record);
+        Q_UNUSED(outcome);
+    }
 };
 
 // What Import and Cancel do with the editor's record, apart from the screen.

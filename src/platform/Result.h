@@ -53,6 +53,7 @@ public:
     T operator*() && { return std::move(*m_value); }
     const T* operator->() const { return &*m_value; }
     T valueOr(T fallback) const& { return m_value ? *m_value : std::move(fallback); }
+    T valueOr(T fallback) && { return m_value ? std::move(*m_value) : std::move(fallback); }
 
     // Only meaningful when !ok().
     const Failure& failure() const { return *m_failure; }

@@ -1,0 +1,59 @@
+#include "ImportNotice.h"
+
+#include "platform/Localisation.h"
+#include "platform/MetadataKeys.h"
+
+#include <QDir>
+#include <QFileInfo>
+
+namespace tolvane {
+
+namespace {
+
+QString titleOf(const QVariantMap& record) {
+    const QString title = record.value(QStringLiteral("metadata"))
+                              .toMap()
+                              .value(AVMetadataCommonKeyTitle)
+                              .toString()
+                              .simplified();
+    if (!title.isEmpty())
+        return title;
+    return QFileInfo(record.value(QStringLiteral("path")).toString()).completeBaseName();
+}
+
+} // namespace
+
+QString ImportNotice::areaOf(const QString& itemPath, const QString& libraryFolder) {
+    const QString relative = QDir(libraryFolder).relativeFilePath(itemPath);
+    const qsizetype slash = relative.indexOf(QLatin1Char('/'));
+    if (relative.startsWith(QLatin1String("..")) || slash <= 0)
+        return QFileInfo(libraryFolder).fileName();
+    return relative.left(slash);
+}
+
+DesktopNotifier::Notice ImportNotice::compose(const QVariantMap& record,
+                                              const Result<LibraryItem>& outcome,
+                                              const QString& libraryFolder) {
+    DesktopNotifier::Notice notice;
+    const QString title = titleOf(record);
+    if (!outcome) {
+        notice.summary = localized("Import Failed");
+        notice.body = localized("“%1” was not imported: %2").arg(title, outcome.errorText());
+        notice.iconName = QStringLiteral("dialog-error");
+        return notice;
+    }
+    notice.summary =
+        localized("Imported “%1” to %2").arg(title, areaOf(outcome->path, libraryFolder));
+    notice.body = QDir::toNativeSeparators(outcome->path);
+    notice.iconName = QStringLiteral("tolvane");
+    const QByteArray artwork = record.value(QStringLiteral("metadata"))
+                                   .toMap()
+                                   .value(QStringLiteral("imageData"))
+                                   .toByteArray();
+    if (!artwork.isEmpty())
+        notice.image = QImage::fromData(artwork);
+    notice.actions.append({QLatin1String(showInFolderAction), localized("Show in Folder")});
+    return notice;
+}
+
+} // namespace tolvane
