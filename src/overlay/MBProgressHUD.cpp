@@ -393,6 +393,18 @@ void MBProgressHUD::paintEvent(QPaintEvent* event) {
         captureBackdrop(rect());
     QPainter painter(this);
     drawBlurredBackgroundInRect(painter, rect());
+    if (m_legibilityTint.alpha() > 0) {
+        painter.setRenderHint(QPainter::Antialiasing);
+        painter.setPen(Qt::NoPen);
+        painter.setBrush(m_legibilityTint);
+        painter.drawRoundedRect(QRectF(m_box->geometry()), HUDBox::cornerRadius,
+                                HUDBox::cornerRadius);
+    }
+}
+
+void MBProgressHUD::setLegibilityTint(const QColor& tint) {
+    m_legibilityTint = tint;
+    update();
 }
 
 void MBProgressHUD::resizeEvent(QResizeEvent* event) {

@@ -75,6 +75,10 @@ public:
     QColor color() const;
     void setColor(const QColor& color);
     bool blurBackground() const { return m_blurBackground; }
+    // A tint laid under the box and over the blurred copy, so that light text stays readable
+    // however light the content beneath is; the blur itself is left as it is. None by default.
+    void setLegibilityTint(const QColor& tint);
+    QColor legibilityTint() const { return m_legibilityTint; }
     void setBlurBackground(bool blur);
 
     QString labelText() const;
@@ -135,6 +139,7 @@ private:
     MBProgressHUDMode m_mode = MBProgressHUDMode::Indeterminate;
     float m_progress = 0;
     bool m_blurBackground = false;
+    QColor m_legibilityTint = Qt::transparent;
     double m_minShowTime = 0;
     bool m_removeFromSuperViewOnHide = false;
     Block m_completionBlock;

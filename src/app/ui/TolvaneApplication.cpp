@@ -1,26 +1,46 @@
 #include "TolvaneApplication.h"
 
 #include "app/HandoffReceiver.h"
+#include "app/ImportNotice.h"
+#include "app/LaunchArguments.h"
 #include "app/UrlHandoff.h"
 #include "app/ui/ImportActivityEditor.h"
 #include "app/ui/ViewController.h"
+#include "import/library/MediaLibrary.h"
 #include "platform/CurrentYear.h"
+#include "platform/DesktopNotifier.h"
 #include "platform/Device.h"
+#include "platform/FileManager.h"
 #include "platform/Localisation.h"
+#include "platform/Paths.h"
 #include "platform/ui/AlertController.h"
 #include "platform/ui/Appearance.h"
 #include "platform/ui/BundleImages.h"
+#include "platform/ui/FocusRing.h"
 #include "platform/ui/MainWindow.h"
 #include "platform/ui/NavigationController.h"
+#include "platform/ui/WindowKeys.h"
 
+#include <QDir>
+#include <QFileDialog>
+#include <QFileInfo>
+#include <QLoggingCategory>
 #include <QPainter>
 #include <QSplashScreen>
+#include <QStandardPaths>
 #include <QThread>
+#include <QUrl>
 
 #include <cmath>
 #include <limits>
 
 namespace tolvane {
+
+namespace {
+Q_LOGGING_CATEGORY(lcNotices, "tolvane.notices")
+// An alert names this many refused drops at most, then how many more there were.
+constexpr int namedRefusals = 5;
+} // namespace
 
 TolvaneApplication::TolvaneApplication(int& argc, char** argv)
     : QApplication(argc, argv) {
@@ -105,8 +125,123 @@ bool TolvaneApplication::application(TolvaneApplication*, const QVariantMap&) {
     window->setRootViewController(new NavigationController(main));
     setWindow(window);
     setViewController(main);
+    equipWindow(window, main);
     window->show();
     return true;
+}
+
+void TolvaneApplication::equipWindow(MainWindow* window, ViewController* main) {
+    window->restorePlacement();
+    auto* keys = new WindowKeys(window);
+    connect(keys, &WindowKeys::quitRequested, this, [window] {
+        window->savePlacement();
+        QCoreApplication::quit();
+    });
+    connect(keys, &WindowKeys::openRequested, this, &TolvaneApplication::chooseFilesToOpen);
+    new FocusRing(window);
+    connect(window, &MainWindow::dropped, this, &TolvaneApplication::receiveDropped);
+    connect(main, &ViewController::importFinished, this, &TolvaneApplication::tellImportFinished);
+    connect(main, &ViewController::importEditorClosed, this,
+            &TolvaneApplication::droppedEditorClosed, Qt::QueuedConnection);
+}
+
+void TolvaneApplication::chooseFilesToOpen() {
+    const QStringList downloads =
+        QStandardPaths::standardLocations(QStandardPaths::DownloadLocation);
+    auto* chooser = new QFileDialog(m_window, localized("Open With Tolvane"),
+                                    downloads.isEmpty() ? QDir::homePath() : downloads.first());
+    chooser->setObjectName(QStringLiteral("openChooser"));
+    chooser->setFileMode(QFileDialog::ExistingFiles);
+    chooser->setAttribute(Qt::WA_DeleteOnClose);
+    connect(chooser, &QFileDialog::filesSelected, this, &TolvaneApplication::receiveDropped);
+    chooser->open();
+}
+
+void TolvaneApplication::receiveDropped(const QStringList& texts) {
+    QStringList refused;
+    QString folder;
+    for (const QString& text : texts) {
+        const bool local = text.startsWith(QLatin1Char('/'));
+        const QFileInfo item(text);
+        if (local && item.isDir()) {
+            if (folder.isEmpty())
+                folder = item.absoluteFilePath();
+        } else if (local && item.exists()) {
+            m_waiting.append(item.absoluteFilePath());
+        } else if (local) {
+            refused.append(localized("“%1” is not there any more").arg(item.fileName()));
+        } else {
+            refused.append(localized("“%1” is not a file on this computer").arg(text.left(200)));
+        }
+    }
+    if (!refused.isEmpty() && m_viewController) {
+        QStringList named = refused.mid(0, namedRefusals);
+        if (refused.size() > namedRefusals)
+            named.append(localized("and %1 more").arg(refused.size() - namedRefusals));
+        AlertController::alert(localized("Cannot Open"), named.join(QLatin1Char('\n')),
+                               {localized("OK")}, m_viewController);
+    }
+    if (!folder.isEmpty() && m_waiting.isEmpty() && m_viewController) {
+        m_viewController->browseToFileWithPath(folder);
+        return;
+    }
+    openNextDropped();
+}
+
+void TolvaneApplication::openNextDropped() {
+    // One at a time: the next waits until the editor of the one on its way has gone.
+    if (m_openingDropped || m_waiting.isEmpty() || !m_viewController ||
+        m_viewController->isImportEditorShown())
+        return;
+    if (m_window && m_window->isMinimized())
+        m_window->showNormal();
+    m_openingDropped = true;
+    handOver(handoffTextForArgument(m_waiting.takeFirst(), QDir::currentPath()),
+             [this](bool shown) {
+                 if (shown && m_viewController && m_viewController->isImportEditorShown())
+                     return;
+                 // Nothing to wait for: a file that could not be opened goes on to the next.
+                 m_openingDropped = false;
+                 openNextDropped();
+             });
+}
+
+void TolvaneApplication::droppedEditorClosed() {
+    m_openingDropped = false;
+    openNextDropped();
+}
+
+DesktopNotifier* TolvaneApplication::notifier() {
+    if (!m_notifier) {
+        m_notifier = new DesktopNotifier(QDBusConnection::sessionBus(), this);
+        connect(m_notifier, &DesktopNotifier::failed, this, [](const QString& why) {
+            qCInfo(lcNotices).noquote() << "the import's notice was not shown:" << why;
+        });
+        connect(m_notifier, &DesktopNotifier::actionInvoked, this,
+                [this](uint id, const QString& key) {
+                    const QString item = m_noticeItems.value(id);
+                    if (item.isEmpty() || key != QLatin1String(ImportNotice::showInFolderAction))
+                        return;
+                    if (!m_fileManager)
+                        m_fileManager = new FileManager(QDBusConnection::sessionBus(), this);
+                    m_fileManager->showItem(item);
+                });
+    }
+    return m_notifier;
+}
+
+void TolvaneApplication::tellImportFinished(const QVariantMap& record,
+                                            const Result<LibraryItem>& outcome) {
+    if (!Paths::isDesktopLayout())
+        return;
+    const DesktopNotifier::Notice notice =
+        ImportNotice::compose(record, outcome, MediaLibrary::defaultFolder());
+    const QString item = outcome ? outcome->path : QString();
+    // The id is known once the service answers; "Show in Folder" finds the item by it.
+    notifier()->notify(notice, [this, item](uint id) {
+        if (!item.isEmpty())
+            m_noticeItems.insert(id, item);
+    });
 }
 
 bool TolvaneApplication::application(TolvaneApplication*, const QString& url, const QString&,
@@ -115,22 +250,28 @@ bool TolvaneApplication::application(TolvaneApplication*, const QString& url, co
 }
 
 void TolvaneApplication::receive(const QStringList& texts) {
-    for (const QString& text : texts) {
-        m_receiving.start([this, text] {
-            Result<QString> received = HandoffReceiver().receive(text);
-            QMetaObject::invokeMethod(
-                this,
-                [this, received = std::move(received)] {
-                    if (received) {
-                        application(this, *received, QString(), QVariant());
-                    } else if (m_viewController) {
-                        AlertController::alert(localized("Cannot Open"), received.failure().text(),
-                                               {localized("OK")}, m_viewController);
-                    }
-                },
-                Qt::QueuedConnection);
-        });
-    }
+    for (const QString& text : texts)
+        handOver(text, nullptr);
+}
+
+void TolvaneApplication::handOver(const QString& text, std::function<void(bool)> done) {
+    m_receiving.start([this, text, done = std::move(done)] {
+        Result<QString> received = HandoffReceiver().receive(text);
+        QMetaObject::invokeMethod(
+            this,
+            [this, done, received = std::move(received)] {
+                bool performed = false;
+                if (received) {
+                    performed = application(this, *received, QString(), QVariant());
+                } else if (m_viewController) {
+                    AlertController::alert(localized("Cannot Open"), received.failure().text(),
+                                           {localized("OK")}, m_viewController);
+                }
+                if (done)
+                    done(performed);
+            },
+            Qt::QueuedConnection);
+    });
 }
 
 } // namespace tolvane

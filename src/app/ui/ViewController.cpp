@@ -14,6 +14,7 @@
 
 #include <QFontMetricsF>
 #include <QLabel>
+#include <QPointer>
 #include <QPropertyAnimation>
 #include <QSequentialAnimationGroup>
 
@@ -166,7 +167,10 @@ void ViewController::presentImportEditor(Screen* editor) {
 }
 
 void ViewController::ImportViewControllerDidCancel(const QString& path) {
-    dismissViewControllerAnimated(true, [path] {
+    QPointer<ViewController> self(this);
+    dismissViewControllerAnimated(true, [self, path] {
+        if (self)
+            Q_EMIT self->importEditorClosed();
         if (path.isNull())
             return;
         // Only the application's own entry goes: whatever was handed over was entered into the
@@ -178,7 +182,26 @@ void ViewController::ImportViewControllerDidCancel(const QString& path) {
 }
 
 void ViewController::ImportViewControllerDidStart() {
-    dismissViewControllerAnimated(true, nullptr);
+    QPointer<ViewController> self(this);
+    dismissViewControllerAnimated(true, [self] {
+        if (self)
+            Q_EMIT self->importEditorClosed();
+    });
+}
+
+void ViewController::ImportViewControllerDidImport(const QVariantMap& record,
+                                                   const Result<LibraryItem>& outcome) {
+    Q_EMIT importFinished(record, outcome);
+}
+
+bool ViewController::isImportEditorShown() const {
+    // Within its navigation stack the screen presents from the stack.
+    const Screen* presenter = navigationController();
+    if (!presenter)
+        presenter = this;
+    const auto* shown = qobject_cast<NavigationController*>(presenter->presentedViewController());
+    return shown && !shown->viewControllers().isEmpty() &&
+           qobject_cast<ImportViewController*>(shown->viewControllers().constFirst());
 }
 
 void ViewController::dismissViewControllerAnimated(bool animated,

@@ -43,6 +43,10 @@ public:
     // whose import was declined, and is deleted once the editor has gone.
     void ImportViewControllerDidCancel(const QString& path) override;
     void ImportViewControllerDidStart() override;
+    void ImportViewControllerDidImport(const QVariantMap& record,
+                                       const Result<LibraryItem>& outcome) override;
+    // Whether an import editor is shown now.
+    bool isImportEditorShown() const;
 
     // Lays out the hint line and fades it in. The notification itself is not read.
     void orientationChanged();
@@ -53,6 +57,12 @@ public:
     ImageButton* browseButton() const { return m_button; }
     QLabel* browseCaption() const { return m_caption; }
     bool isObservingOrientation() const { return bool(m_orientationObserver); }
+
+Q_SIGNALS:
+    // An import ended (see ImportViewControllerDelegate).
+    void importFinished(const QVariantMap& record, const Result<LibraryItem>& outcome);
+    // The import editor has gone, after Import or Cancel.
+    void importEditorClosed();
 
 protected:
     void viewDidLoad() override;

@@ -2,6 +2,7 @@
 
 #include "platform/Localisation.h"
 #include "platform/ui/Appearance.h"
+#include "platform/ui/Mnemonics.h"
 
 #include <QFrame>
 #include <QGridLayout>
@@ -42,10 +43,17 @@ ActivityViewController::ActivityViewController(FileActionSheet sheet, QWidget* p
     grid->setContentsMargins(12, 16, 12, 16);
     grid->setHorizontalSpacing(8);
     grid->setVerticalSpacing(12);
+    // Alt and a letter of its own choose each action from the keyboard.
+    QStringList titles;
+    for (Activity* activity : m_offered)
+        titles.append(activity->activityTitle());
+    titles.append(localized("Cancel"));
+    const QStringList marked = Mnemonics::assign(titles);
     for (Activity* activity : m_offered) {
         auto* button = new QToolButton(m_panel);
         button->setToolButtonStyle(Qt::ToolButtonTextUnderIcon);
-        button->setText(activity->activityTitle());
+        button->setText(marked.at(m_buttons.size()));
+        button->setAccessibleName(activity->activityTitle());
         button->setIcon(QIcon(QPixmap::fromImage(activity->activityImage())));
         button->setIconSize(QSize(60, 60));
         button->setFixedSize(76, 88);
@@ -57,6 +65,7 @@ ActivityViewController::ActivityViewController(FileActionSheet sheet, QWidget* p
         grid->addWidget(button, index / columns, index % columns, Qt::AlignTop | Qt::AlignHCenter);
         m_buttons.append(button);
     }
+    m_cancel->setText(marked.constLast());
     m_cancel->setFixedHeight(56);
     m_cancel->setCursor(Qt::PointingHandCursor);
     connect(m_cancel, &QAbstractButton::clicked, this, &ActivityViewController::cancel);
@@ -90,6 +99,13 @@ void ActivityViewController::chooseActivity(Activity* activity) {
         if (handler)
             handler(std::move(owned));
     });
+}
+
+bool ActivityViewController::performKeyCommand(KeyCommand command) {
+    if (command != KeyCommand::Cancel)
+        return false;
+    cancel();
+    return true;
 }
 
 void ActivityViewController::cancel() {

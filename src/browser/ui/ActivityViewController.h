@@ -15,7 +15,8 @@ namespace tolvane {
 
 // The file-action sheet: a panel rising from the bottom with one button (image and title) per
 // offered action and Cancel under it. Choosing an action prepares it with the sheet's items,
-// closes the sheet and then hands the action to the chosen handler, which runs it.
+// closes the sheet and then hands the action to the chosen handler, which runs it. Every
+// button has a mnemonic, and the focused one is drawn with a ring.
 class ActivityViewController : public Screen {
     Q_OBJECT
 public:
@@ -33,6 +34,8 @@ public:
 
     void chooseActivity(Activity* activity);
     void cancel();
+    // Escape cancels.
+    bool performKeyCommand(KeyCommand command) override;
 
 protected:
     void paintEvent(QPaintEvent* event) override;

@@ -15,13 +15,18 @@
 #include "platform/Device.h"
 #include "platform/Localisation.h"
 #include "platform/PathString.h"
+#include "platform/Paths.h"
 #include "platform/ui/AlertController.h"
 #include "platform/ui/NavigationItem.h"
+#include "platform/ui/StatusToast.h"
 
+#include <QActionGroup>
 #include <QCoreApplication>
 #include <QFile>
+#include <QFileInfo>
 #include <QMenu>
 #include <QPointer>
+#include <QScrollBar>
 #include <QThreadPool>
 #include <QToolButton>
 #include <QVBoxLayout>
@@ -38,6 +43,8 @@ PSDirectoryListViewController::PSDirectoryListViewController(const QString& path
     setPalette(ground);
     connect(m_model, &DirectoryListModel::rebuilt, this,
             &PSDirectoryListViewController::fileListRebuilt);
+    connect(m_model, &QAbstractItemModel::modelAboutToBeReset, this,
+            &PSDirectoryListViewController::rememberCurrentRow);
 }
 
 PSDirectoryListViewController::~PSDirectoryListViewController() = default;
@@ -56,6 +63,9 @@ void PSDirectoryListViewController::viewDidLoad() {
     m_cell = new PickerCell(m_tableView);
     m_tableView->setItemDelegate(m_cell);
     m_tableView->setModel(m_model);
+    // After the view's own handling of the reset, which clears its current row.
+    connect(m_model, &QAbstractItemModel::modelReset, this,
+            &PSDirectoryListViewController::restoreCurrentRow);
     auto* layout = new QVBoxLayout(this);
     layout->setContentsMargins(0, 0, 0, 0);
     layout->addWidget(m_tableView);
@@ -63,6 +73,8 @@ void PSDirectoryListViewController::viewDidLoad() {
             &PSDirectoryListViewController::tableViewDidSelectRow);
     connect(m_tableView, &PickerListView::deleteRequested, this,
             &PSDirectoryListViewController::tableViewCommitDelete);
+    connect(m_tableView, &PickerListView::deleteKeyPressed, this,
+            &PSDirectoryListViewController::confirmDelete);
 
     m_cancelButton = new QToolButton(this);
     m_cancelButton->setText(localized("Cancel"));
@@ -74,7 +86,61 @@ void PSDirectoryListViewController::viewDidLoad() {
     });
     m_cancelButton->hide();
     navigationItem()->setRightBarButton(m_cancelButton);
+    if (Paths::isDesktopLayout())
+        makeOrderButton();
     refreshPrompt();
+    setFocusProxy(m_tableView);
+}
+
+void PSDirectoryListViewController::makeOrderButton() {
+    m_orderButton = new QToolButton(this);
+    m_orderButton->setObjectName(QStringLiteral("orderButton"));
+    m_orderButton->setText(localized("Sort"));
+    m_orderButton->setAccessibleName(localized("Sort"));
+    m_orderButton->setAutoRaise(true);
+    m_orderButton->setCursor(Qt::PointingHandCursor);
+    m_orderButton->setPopupMode(QToolButton::InstantPopup);
+    auto* menu = new QMenu(m_orderButton);
+    auto* choices = new QActionGroup(menu);
+    for (ListingOrder::Kind kind :
+         {ListingOrder::Name, ListingOrder::DateAdded, ListingOrder::FileSystem}) {
+        QAction* choice = menu->addAction(ListingOrder::title(kind));
+        choice->setCheckable(true);
+        choice->setChecked(m_model->order() == kind);
+        choice->setData(ListingOrder::keyFor(kind));
+        choices->addAction(choice);
+        connect(choice, &QAction::triggered, this, [this, kind] {
+            m_model->setOrder(kind);
+            if (const Status saved = ListingOrder::setCurrent(kind); !saved)
+                StatusToast::show(saved.errorText(), this);
+        });
+    }
+    m_orderButton->setMenu(menu);
+    navigationItem()->setRightBarButton(m_orderButton);
+}
+
+bool PSDirectoryListViewController::performKeyCommand(KeyCommand command) {
+    if (command != KeyCommand::Refresh)
+        return false;
+    rebuildFileList();
+    return true;
+}
+
+void PSDirectoryListViewController::rememberCurrentRow() {
+    m_currentPath.clear();
+    if (!m_tableView)
+        return;
+    m_currentPath = m_tableView->currentIndex().data(DirectoryListModel::PathRole).toString();
+    m_scrolledTo = m_tableView->verticalScrollBar()->value();
+}
+
+void PSDirectoryListViewController::restoreCurrentRow() {
+    if (!m_tableView)
+        return;
+    const int row = m_currentPath.isEmpty() ? -1 : m_model->rowOfPath(m_currentPath);
+    if (row >= 0)
+        m_tableView->setCurrentIndex(m_model->index(row));
+    m_tableView->verticalScrollBar()->setValue(m_scrolledTo);
 }
 
 void PSDirectoryListViewController::refreshPrompt() {
@@ -112,17 +178,89 @@ void PSDirectoryListViewController::tableViewDidSelectRow(int row) {
 void PSDirectoryListViewController::tableViewCommitDelete(int row) {
     if (row < 0 || row >= m_model->rowCount())
         return;
+    removeEntry(m_model->entryAt(row));
+}
+
+void PSDirectoryListViewController::confirmDelete(int row) {
+    if (row < 0 || row >= m_model->rowCount())
+        return;
     const PSDirectoryPickerEntry entry = m_model->entryAt(row);
+    const bool trash = Paths::isDesktopLayout();
+    const QString title = trash ? localized("Move “%1” to the Trash?").arg(entry.name())
+                                : localized("Delete “%1”?").arg(entry.name());
+    const QString message = trash ? localized("You can put it back from the Trash.")
+                                  : localized("This cannot be undone.");
     QPointer<PSDirectoryListViewController> self(this);
-    // A folder may hold many files: the removal runs off the main thread.
+    AlertController::alert(
+        title, message,
+        {localized("Cancel"), trash ? localized("Move to Trash") : localized("Delete")}, this,
+        [self, entry](int chosen) {
+            if (self && chosen == 1)
+                self->removeEntry(entry);
+        });
+}
+
+void PSDirectoryListViewController::removeEntry(const PSDirectoryPickerEntry& entry) {
+    if (!Paths::isDesktopLayout()) {
+        deletePermanently(entry, false);
+        return;
+    }
+    QPointer<PSDirectoryListViewController> self(this);
     QThreadPool::globalInstance()->start([self, entry] {
-        ignoreFailure(DirectoryListing::deleteEntry(entry),
-                      "a removal that fails leaves the row, which the new listing shows");
+        Status trashed = DirectoryListing::moveEntryToTrash(entry);
         QMetaObject::invokeMethod(
             QCoreApplication::instance(),
-            [self] {
-                if (self)
-                    self->rebuildFileList();
+            [self, entry, trashed = std::move(trashed)] {
+                if (!self)
+                    return;
+                self->rebuildFileList();
+                if (trashed) {
+                    StatusToast::show(localized("Moved “%1” to the Trash").arg(entry.name()), self);
+                } else {
+                    self->askToDeletePermanently(entry, trashed.failure());
+                }
+            },
+            Qt::QueuedConnection);
+    });
+}
+
+void PSDirectoryListViewController::askToDeletePermanently(const PSDirectoryPickerEntry& entry,
+                                                           const Failure& why) {
+    QPointer<PSDirectoryListViewController> self(this);
+    AlertController::alert(
+        localized("No Trash for “%1”").arg(entry.name()),
+        localized("%1\n\nDelete it permanently? It cannot be put back.").arg(why.text()),
+        {localized("Cancel"), localized("Delete Permanently")}, this, [self, entry](int chosen) {
+            if (self && chosen == 1)
+                self->deletePermanently(entry, true);
+        });
+}
+
+void PSDirectoryListViewController::deletePermanently(const PSDirectoryPickerEntry& entry,
+                                                      bool tell) {
+    QPointer<PSDirectoryListViewController> self(this);
+    // A folder may hold many files: the removal runs off the main thread.
+    QThreadPool::globalInstance()->start([self, entry, tell] {
+        Status deleted = DirectoryListing::deleteEntry(entry);
+        if (!tell) {
+            ignoreFailure(deleted,
+                          "a removal that fails leaves the row, which the new listing shows");
+        }
+        QMetaObject::invokeMethod(
+            QCoreApplication::instance(),
+            [self, entry, tell, deleted = std::move(deleted)] {
+                if (!self)
+                    return;
+                self->rebuildFileList();
+                if (!tell)
+                    return;
+                if (deleted) {
+                    StatusToast::show(localized("Deleted “%1” permanently").arg(entry.name()),
+                                      self);
+                } else {
+                    AlertController::alert(localized("Cannot Delete"), deleted.errorText(),
+                                           {localized("OK")}, self);
+                }
             },
             Qt::QueuedConnection);
     });
@@ -209,6 +347,20 @@ void PSDirectoryListViewController::presentAfterDismissal(Screen* screen) {
 
 void PSDirectoryListViewController::DeleteFileActivityFinishedSuccessfully() {
     rebuildFileList();
+}
+
+void PSDirectoryListViewController::DeleteFileActivityMovedToTrash(const QString& path) {
+    rebuildFileList();
+    StatusToast::show(localized("Moved “%1” to the Trash").arg(PathString::lastPathComponent(path)),
+                      this);
+}
+
+void PSDirectoryListViewController::DeleteFileActivityCannotMoveToTrash(const QString& path,
+                                                                        const Failure& why) {
+    // The sheet's item is the resolved path itself: no link to follow.
+    const PSDirectoryPickerEntry entry(path, PathString::lastPathComponent(path),
+                                       QFileInfo(path).isDir());
+    askToDeletePermanently(entry, why);
 }
 
 void PSDirectoryListViewController::PlayMediaActivityFinishedSuccessfully(const QUrl& fileUrl) {

@@ -72,4 +72,13 @@ void PSDirectoryPickerController::doneButtonTapped() {
     });
 }
 
+bool PSDirectoryPickerController::performKeyCommand(KeyCommand command) {
+    if (NavigationController::performKeyCommand(command))
+        return true;
+    if (command != KeyCommand::Cancel)
+        return false;
+    cancelButtonTapped();
+    return true;
+}
+
 } // namespace tolvane

@@ -45,6 +45,8 @@ public:
 
     // Dismisses the picker, then tells the delegate.
     void cancelButtonTapped();
+    // Escape closes the picker as its Cancel does.
+    bool performKeyCommand(KeyCommand command) override;
     void doneButtonTapped();
 
     static bool shouldAutorotateToInterfaceOrientation(InterfaceOrientation orientation) {

@@ -92,6 +92,13 @@ void PickerCell::paint(QPainter* painter, const QStyleOptionViewItem& option,
     painter->fillRect(
         QRect(frames.title.x(), cell.height() - 1, cell.width() - frames.title.x(), 1),
         QColor(200, 199, 204));
+    // The keyboard's current row is always marked, selected or not.
+    if (option.state & QStyle::State_HasFocus) {
+        painter->setRenderHint(QPainter::Antialiasing);
+        painter->setPen(QPen(focusColour(), 2));
+        painter->setBrush(Qt::NoBrush);
+        painter->drawRoundedRect(QRectF(2, 2, cell.width() - 4, cell.height() - 4), 4, 4);
+    }
     painter->restore();
 }
 

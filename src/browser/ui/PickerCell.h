@@ -29,6 +29,8 @@ public:
     static QColor titleColor(bool enabled);
     static QColor contentBackground() { return QColor(248, 248, 248); }
     static QColor selectedBackground() { return QColor(217, 217, 217); }
+    // The ring around the keyboard's current row.
+    static QColor focusColour() { return QColor(10, 100, 220); }
 
     void paint(QPainter* painter, const QStyleOptionViewItem& option,
                const QModelIndex& index) const override;

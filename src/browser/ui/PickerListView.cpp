@@ -1,12 +1,19 @@
 #include "PickerListView.h"
 
+#include "browser/DirectoryListModel.h"
 #include "platform/Localisation.h"
 
+#include <QApplication>
+#include <QDrag>
 #include <QKeyEvent>
+#include <QMimeData>
 #include <QMouseEvent>
 #include <QPainter>
 #include <QPushButton>
 #include <QScrollBar>
+#include <QUrl>
+
+#include <utility>
 
 namespace tolvane {
 
@@ -96,6 +103,14 @@ void PickerListView::mouseMoveEvent(QMouseEvent* event) {
         showDeleteButton(m_pressRow);
         return;
     }
+    // Leftwards is the swipe; any other way out of the row is a drag.
+    const bool leftwards = moved.x() < 0 && qAbs(moved.x()) >= qAbs(moved.y());
+    if (!m_swiped && m_pressRow >= 0 && (event->buttons() & Qt::LeftButton) && !leftwards &&
+        moved.manhattanLength() >= QApplication::startDragDistance()) {
+        m_swiped = true;
+        dragRow(std::exchange(m_pressRow, -1));
+        return;
+    }
     if (!m_swiped)
         QListView::mouseMoveEvent(event);
 }
@@ -107,6 +122,29 @@ void PickerListView::mouseReleaseEvent(QMouseEvent* event) {
     if (!m_swiped && event->button() == Qt::LeftButton && row >= 0 && row == m_pressRow)
         Q_EMIT rowSelected(row);
     m_pressRow = -1;
+}
+
+std::unique_ptr<QMimeData> PickerListView::mimeDataForRow(int row) const {
+    const QString path =
+        model() ? model()->index(row, 0).data(DirectoryListModel::PathRole).toString() : QString();
+    if (path.isEmpty())
+        return nullptr;
+    auto carried = std::make_unique<QMimeData>();
+    carried->setUrls({QUrl::fromLocalFile(path)});
+    carried->setText(path);
+    return carried;
+}
+
+void PickerListView::dragRow(int row) {
+    std::unique_ptr<QMimeData> carried = mimeDataForRow(row);
+    if (!carried)
+        return;
+    auto* drag = new QDrag(this);
+    drag->setMimeData(carried.release());
+    const QRect cell = visualRect(model()->index(row, 0));
+    drag->setPixmap(viewport()->grab(cell).scaledToHeight(qMax(1, cell.height() / 2),
+                                                          Qt::SmoothTransformation));
+    drag->exec(Qt::CopyAction | Qt::LinkAction, Qt::CopyAction);
 }
 
 void PickerListView::contextMenuEvent(QContextMenuEvent* event) {
@@ -123,7 +161,8 @@ void PickerListView::keyPressEvent(QKeyEvent* event) {
         return;
     }
     if (event->key() == Qt::Key_Delete && row >= 0) {
-        showDeleteButton(row);
+        showDeleteButton(-1);
+        Q_EMIT deleteKeyPressed(row);
         return;
     }
     if (event->key() == Qt::Key_Escape && m_deleteRow >= 0) {

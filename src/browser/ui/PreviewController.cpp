@@ -167,4 +167,11 @@ void PreviewController::buildOtherPage(const QString& path) {
     m_page = page;
 }
 
+bool PreviewController::performKeyCommand(KeyCommand command) {
+    if (command != KeyCommand::Cancel)
+        return false;
+    static_cast<QToolButton*>(m_done)->click();
+    return true;
+}
+
 } // namespace tolvane

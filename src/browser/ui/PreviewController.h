@@ -25,6 +25,8 @@ public:
     QString shownText() const;
     PlayerWindow* player() const { return m_player; }
     QWidget* doneButton() const { return m_done; }
+    // Escape is Done.
+    bool performKeyCommand(KeyCommand command) override;
 
     // Text files are shown up to this many bytes.
     static constexpr qint64 textLimit = 512 * 1024;

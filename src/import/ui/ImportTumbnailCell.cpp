@@ -6,10 +6,16 @@
 #include "platform/ui/ImageView.h"
 
 #include <QBuffer>
+#include <QCoreApplication>
+#include <QDragEnterEvent>
+#include <QDropEvent>
 #include <QFutureWatcher>
 #include <QImageReader>
+#include <QMimeData>
+#include <QPointer>
 #include <QPromise>
 #include <QThreadPool>
+#include <QUrl>
 
 #include <cmath>
 #include <memory>
@@ -37,6 +43,50 @@ ImportTumbnailCell::ImportTumbnailCell(QWidget* parent)
     setSelectionStyle(SelectionStyle::None);
     m_imgView->setContentMode(ImageView::ContentMode::ScaleAspectFill);
     m_imgView->setClipsToBounds(true);
+    setAcceptDrops(true);
+}
+
+void ImportTumbnailCell::dragEnterEvent(QDragEnterEvent* event) {
+    const QMimeData* carried = event->mimeData();
+    const bool file = carried->hasUrls() && carried->urls().constFirst().isLocalFile();
+    if (carried->hasImage() || file)
+        event->acceptProposedAction();
+}
+
+void ImportTumbnailCell::dropEvent(QDropEvent* event) {
+    const QMimeData* carried = event->mimeData();
+    event->acceptProposedAction();
+    if (carried->hasImage()) {
+        const QImage image = qvariant_cast<QImage>(carried->imageData());
+        if (image.isNull())
+            Q_EMIT dropRefused(QStringLiteral("the dropped pixels cannot be read"));
+        else
+            Q_EMIT imageDropped(image);
+        return;
+    }
+    const QList<QUrl> urls = carried->urls();
+    if (urls.isEmpty() || !urls.constFirst().isLocalFile()) {
+        Q_EMIT dropRefused(
+            QStringLiteral("only an image file on this computer can be the artwork"));
+        return;
+    }
+    // A photograph may be large: it is read and checked away from the screen.
+    const QString path = urls.constFirst().toLocalFile();
+    QPointer<ImportTumbnailCell> self(this);
+    QThreadPool::globalInstance()->start([self, path] {
+        Result<QImage> decoded = ImageDecoder::decodeFile(path);
+        QMetaObject::invokeMethod(
+            QCoreApplication::instance(),
+            [self, decoded = std::move(decoded)] {
+                if (!self)
+                    return;
+                if (decoded)
+                    Q_EMIT self->imageDropped(*decoded);
+                else
+                    Q_EMIT self->dropRefused(decoded.errorText());
+            },
+            Qt::QueuedConnection);
+    });
 }
 
 void ImportTumbnailCell::setArtwork(const QByteArray& imageData) {

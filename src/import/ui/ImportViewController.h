@@ -61,7 +61,10 @@ public:
     ImportTextField* currentTextField() const;
 
     GroupedTableView* tableView() const { return m_tableView; }
+    ImportTumbnailCell* thumbnailCell() const { return m_thumbnailCell; }
     QToolButton* cancelButton() const { return m_cancelButton; }
+    // Escape is Cancel.
+    bool performKeyCommand(KeyCommand command) override;
     QToolButton* importButton() const { return m_importButton; }
 
     void importButtonPressed();

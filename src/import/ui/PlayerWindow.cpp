@@ -215,4 +215,11 @@ void PlayerWindow::readArtwork() {
     });
 }
 
+bool PlayerWindow::performKeyCommand(KeyCommand command) {
+    if (command != KeyCommand::Cancel)
+        return false;
+    m_close->click();
+    return true;
+}
+
 } // namespace tolvane

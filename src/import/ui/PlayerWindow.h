@@ -38,6 +38,8 @@ public:
     QMediaPlayer* player() const { return m_player; }
     QToolButton* playPauseButton() const { return m_playPause; }
     QToolButton* closeButton() const { return m_close; }
+    // Escape is Close.
+    bool performKeyCommand(KeyCommand command) override;
     QSlider* positionSlider() const { return m_slider; }
     // The artwork shown for an audio file, once read; null before and for none.
     QPixmap artwork() const;

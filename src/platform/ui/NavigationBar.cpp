@@ -40,6 +40,11 @@ NavigationBar::NavigationBar(QWidget* parent)
     connect(m_back, &QToolButton::clicked, this, &NavigationBar::backRequested);
 
     for (QWidget* slot : {m_leftSlot, m_rightSlot}) {
+        // The screens' bar buttons take the bar's tint (readable on its dark ground) unless
+        // they chose colours of their own.
+        slot->setPalette(text);
+        slot->setStyleSheet(QStringLiteral("QToolButton { color: %1; font-size: 15px; }")
+                                .arg(barButtonColour().name()));
         auto* slotLayout = new QHBoxLayout(slot);
         slotLayout->setContentsMargins(0, 0, 0, 0);
         slot->setMinimumWidth(70);

@@ -16,6 +16,9 @@ class NavigationItem;
 class NavigationBar : public QWidget {
     Q_OBJECT
 public:
+    // The text of the screens' buttons on the bar: the tint, lightened to stay readable on the
+    // bar's dark ground (over 4.5:1).
+    static QColor barButtonColour() { return QColor(120, 185, 255); }
     static constexpr int barHeight = 44;
     static constexpr int promptHeight = 30;
 

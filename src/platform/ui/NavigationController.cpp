@@ -1,6 +1,7 @@
 #include "NavigationController.h"
 
 #include "platform/ui/NavigationBar.h"
+#include "platform/ui/NavigationItem.h"
 
 #include <QStackedWidget>
 #include <QVBoxLayout>
@@ -106,6 +107,19 @@ void NavigationController::endAppearanceTransition(bool appearing) {
     Screen::endAppearanceTransition(appearing);
     if (Screen* top = topViewController())
         top->endAppearanceTransition(appearing);
+}
+
+bool NavigationController::performKeyCommand(KeyCommand command) {
+    Screen* top = topViewController();
+    if (top && top->performKeyCommand(command))
+        return true;
+    // A screen that hides its back button is not left by a key either.
+    if (command == KeyCommand::Back && m_screens.size() > 1 &&
+        !(top && top->navigationItem()->hidesBackButton())) {
+        popViewControllerAnimated(true);
+        return true;
+    }
+    return false;
 }
 
 } // namespace tolvane

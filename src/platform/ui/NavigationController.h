@@ -26,6 +26,9 @@ public:
     Screen* topViewController() const;
     NavigationBar* navigationBar() const { return m_bar; }
 
+    // Goes to the top screen first; Back that it leaves pops it.
+    bool performKeyCommand(KeyCommand command) override;
+
     void beginAppearanceTransition(bool appearing, bool animated) override;
     void endAppearanceTransition(bool appearing) override;
 

@@ -94,6 +94,10 @@ bool PopoverController::eventFilter(QObject* watched, QEvent* event) {
 void PopoverController::mousePressEvent(QMouseEvent* event) {
     if (m_panel.contains(event->position().toPoint()))
         return;
+    dismissByUser();
+}
+
+void PopoverController::dismissByUser() {
     QPointer<PopoverController> self(this);
     dismissPopoverAnimated(true);
     if (self && m_delegate)

@@ -11,7 +11,8 @@ class PopoverController;
 class PopoverControllerDelegate {
 public:
     virtual ~PopoverControllerDelegate() = default;
-    // The user closed the popover by clicking outside it (not sent for dismissPopoverAnimated).
+    // The user closed the popover by clicking outside it or with Escape (not sent for
+    // dismissPopoverAnimated).
     virtual void popoverControllerDidDismissPopover(PopoverController* popover) {
         Q_UNUSED(popover);
     }
@@ -36,6 +37,8 @@ public:
     // else above, else beside it, whichever leaves the most of the panel on the window.
     void presentPopoverFromRect(const QRect& rect, QWidget* view, bool animated);
     void dismissPopoverAnimated(bool animated);
+    // Closes the popover as a click outside it does (Escape), telling the delegate.
+    void dismissByUser();
     bool isPopoverVisible() const { return isVisible() && !m_dismissed; }
     // Where the panel is, in the window's coordinates.
     QRect panelFrame() const { return m_panel; }

@@ -146,4 +146,15 @@ void Screen::dismissViewControllerAnimated(bool animated, Completion completion)
     });
 }
 
+bool Screen::performKeyCommand(KeyCommand) {
+    return false;
+}
+
+Screen* Screen::frontScreen() {
+    Screen* front = this;
+    while (Screen* presented = front->presentedViewController())
+        front = presented;
+    return front;
+}
+
 } // namespace tolvane

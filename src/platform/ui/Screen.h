@@ -18,6 +18,13 @@ class Screen : public QWidget {
     Q_OBJECT
 public:
     enum class ModalPresentationStyle { FullScreen, FormSheet };
+    // What the desktop's keys ask of the screen in front.
+    enum class KeyCommand {
+        Cancel,  // close as the screen's Cancel or Close would
+        Back,    // go back one level
+        Refresh, // read what is shown again
+        Find,    // put the focus in the screen's search field
+    };
     using Completion = std::function<void()>;
 
     explicit Screen(QWidget* parent = nullptr);
@@ -49,6 +56,12 @@ public:
     // Appearance calls, forwarded by containers to the screens they show.
     virtual void beginAppearanceTransition(bool appearing, bool animated);
     virtual void endAppearanceTransition(bool appearing);
+
+    // Carries out a key command; false when the screen has nothing to do for it.
+    virtual bool performKeyCommand(KeyCommand command);
+    // The screen in front: the last one presented from this one onwards (this one when it
+    // presents none), and within a navigation stack its top screen.
+    Screen* frontScreen();
 
     // Duration of presentation and dismissal animations, in milliseconds.
     static constexpr int transitionDurationMs = 300;

@@ -421,4 +421,25 @@ void GoogleImagesCollectionVC::orientationChanged() {
     layout->invalidateLayout();
 }
 
+bool GoogleImagesCollectionVC::performKeyCommand(KeyCommand command) {
+    switch (command) {
+    case KeyCommand::Find:
+        showSearchBar();
+        return true;
+    case KeyCommand::Cancel:
+        if (m_detailView) {
+            closeButtonPressed();
+        } else if (m_searchBar && m_searchBar->geometry().bottom() > 0) {
+            hideKeyboard();
+        } else {
+            dismissViewControllerAnimated(true, nullptr);
+        }
+        return true;
+    case KeyCommand::Back:
+    case KeyCommand::Refresh:
+        break;
+    }
+    return false;
+}
+
 } // namespace tolvane

@@ -59,6 +59,9 @@ public:
     SearchBar* searchBar() const { return m_searchBar; }
     CoverButton* hideKeyboardButton() const { return m_hideKeyboardBtn; }
     DetailView* detailView() const { return m_detailView; }
+    // Escape closes the picked image's panel, then the search bar, then the screen (as Cancel);
+    // Ctrl+F opens the search bar.
+    bool performKeyCommand(KeyCommand command) override;
     int numberOfColumns() const { return m_numberOfColumns; }
     const QList<float>& randomArray() const { return m_randomArray; }
 
