@@ -8,6 +8,7 @@
 #include <QPointer>
 #include <QTcpServer>
 #include <QTcpSocket>
+#include <QTimer>
 #include <QUrl>
 
 #include <utility>
@@ -23,6 +24,8 @@ public:
         QByteArray body;
         // Reads the request and never answers.
         bool silent = false;
+        // Answers after this many milliseconds.
+        int delayMs = 0;
     };
 
     // Requests as the server read them: the request line and headers.
@@ -89,8 +92,10 @@ private:
                 answer += name + ": " + value + "\r\n";
             answer += "Content-Length: " + QByteArray::number(response.body.size()) +
                       "\r\nConnection: close\r\n\r\n" + response.body;
-            socket->write(answer);
-            socket->disconnectFromHost();
+            QTimer::singleShot(response.delayMs, socket, [socket, answer] {
+                socket->write(answer);
+                socket->disconnectFromHost();
+            });
         });
     }
 
