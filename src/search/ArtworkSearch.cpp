@@ -114,7 +114,6 @@ void ArtworkSearch::start(const ArtworkQuery& query, AnswerHandler onAnswer,
                 return;
             if (!answer) {
                 m_failures.append(name + QStringLiteral(": ") + answer.failure().text());
-                qCInfo(lcSearch).noquote() << name << "found nothing:" << answer.failure().text();
             } else if (answer->has_value()) {
                 m_results.setRecords(name, **answer);
                 m_anyRecords = true;
