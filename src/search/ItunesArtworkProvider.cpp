@@ -59,8 +59,21 @@ Result<QList<QVariantMap>> ItunesArtworkProvider::recordsFromAnswer(const QByteA
     const QString large = QStringLiteral("600x600");
     QList<QVariantMap> records;
     for (const QJsonValue& value : results.toArray()) {
+        // One pass over each result's keys: answers hold thousands of results of some twenty
+        // keys each.
         const QJsonObject result = value.toObject();
-        const QString thumbnail = result.value(QLatin1String("artworkUrl100")).toString();
+        QString thumbnail, collection, track, artist;
+        for (auto it = result.constBegin(); it != result.constEnd(); ++it) {
+            const QString key = it.key();
+            if (key == QLatin1String("artworkUrl100"))
+                thumbnail = it.value().toString();
+            else if (key == QLatin1String("collectionName"))
+                collection = it.value().toString();
+            else if (key == QLatin1String("trackName"))
+                track = it.value().toString();
+            else if (key == QLatin1String("artistName"))
+                artist = it.value().toString();
+        }
         if (!ArtworkRecord::isWebAddress(thumbnail))
             continue;
         QString image = thumbnail;
@@ -68,12 +81,9 @@ Result<QList<QVariantMap>> ItunesArtworkProvider::recordsFromAnswer(const QByteA
         const qsizetype at = image.lastIndexOf(small);
         if (at >= 0)
             image.replace(at, small.size(), large);
-        QString name = result.value(QLatin1String("collectionName")).toString();
-        if (name.isEmpty())
-            name = result.value(QLatin1String("trackName")).toString();
         records.append(ArtworkRecord::make(
             QStringLiteral("itunes"), image, thumbnail,
-            ArtworkRecord::titleOf(name, result.value(QLatin1String("artistName")).toString())));
+            ArtworkRecord::titleOf(collection.isEmpty() ? track : collection, artist)));
     }
     return records;
 }
