@@ -575,7 +575,8 @@ void TestSearchUi::artworkServicesJoinThePageSearch() {
     // search for the last.
     tapCell(search->collectionView(), 1);
     QVERIFY(search->detailView());
-    QCOMPARE(search->detailView()->sourceLabel()->text(), s("From iTunes"));
+    QCOMPARE(search->detailView()->sourceText(), s("From iTunes \u00b7 Tide 1 \u2013 Harbour"));
+    QCOMPARE(search->detailView()->sourceLabel()->text(), search->detailView()->sourceText());
     QVERIFY(search->detailView()->sourceLabel()->isVisible());
     QTRY_COMPARE(screen.shownTitle(), s("Size 600x600"));
     QTest::qWait(1200);
@@ -585,7 +586,7 @@ void TestSearchUi::artworkServicesJoinThePageSearch() {
     tap(search->detailView()->closeButton());
     QTRY_VERIFY(!search->detailView());
     tapCell(search->collectionView(), 4);
-    QCOMPARE(search->detailView()->sourceLabel()->text(), s("From the web image search"));
+    QCOMPARE(search->detailView()->sourceText(), s("From the web image search"));
 }
 
 QTEST_MAIN(TestSearchUi)

@@ -94,7 +94,8 @@ void DetailView::layoutSubviews() {
 }
 
 void DetailView::setSourceText(const QString& text) {
-    m_sourceLabel->setText(text);
+    m_sourceText = text;
+    m_sourceLabel->setToolTip(text);
     m_sourceLabel->setVisible(!text.isEmpty());
     placeSourceLabel();
 }
@@ -102,6 +103,9 @@ void DetailView::setSourceText(const QString& text) {
 void DetailView::placeSourceLabel() {
     // Across the top of the image, as wide as its text needs and never wider than the image.
     const QRect image = m_imageView->geometry();
+    // A long title is cut with an ellipsis rather than running past the image.
+    m_sourceLabel->setText(m_sourceLabel->fontMetrics().elidedText(
+        m_sourceText, Qt::ElideRight, std::max(0, image.width() - 12)));
     const int width = std::min(image.width(), m_sourceLabel->sizeHint().width());
     m_sourceLabel->setGeometry(image.left() + (image.width() - width) / 2, image.top(), width,
                                m_sourceLabel->sizeHint().height());

@@ -31,6 +31,7 @@ public:
     QWidget* mainView() const { return m_mainView; }
     // One line over the image's top edge saying where the image comes from; hidden when empty.
     QLabel* sourceLabel() const { return m_sourceLabel; }
+    QString sourceText() const { return m_sourceText; }
     void setSourceText(const QString& text);
 
     // Only its navigation bar's height is read; none counts as a bar of height 0.
@@ -57,6 +58,7 @@ private:
     ImageButton* m_closeButton;
     QPushButton* m_selectButton;
     QLabel* m_sourceLabel;
+    QString m_sourceText;
     QPointer<NavigationController> m_navController;
     QPointer<QVariantAnimation> m_move;
 };

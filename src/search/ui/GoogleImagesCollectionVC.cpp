@@ -65,6 +65,8 @@ GoogleImagesCollectionVC::GoogleImagesCollectionVC(const QString& searchTerm,
 
 GoogleImagesCollectionVC::~GoogleImagesCollectionVC() {
     disconnect(m_orientationObserver);
+    // Nothing in flight answers a screen that is going.
+    delete m_artworkSearch;
     // The grid asks its data source nothing more while it goes.
     m_collectionView->setDataSource(nullptr);
     m_collectionView->setDelegate(nullptr);
@@ -255,7 +257,10 @@ QString GoogleImagesCollectionVC::sourceText(const QVariantMap& record) {
         source = QStringLiteral("MusicBrainz, Cover Art Archive");
     else
         source = localized("the web image search");
-    return localized("From %1").arg(source);
+    const QString title =
+        record.value(QString::fromLatin1(ArtworkRecord::titleKey)).toString().simplified();
+    const QString from = localized("From %1").arg(source);
+    return title.isEmpty() ? from : from + QStringLiteral(" \u00b7 ") + title;
 }
 
 void GoogleImagesCollectionVC::showFailureAlert() {
