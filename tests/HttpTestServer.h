@@ -11,6 +11,7 @@
 #include <QTimer>
 #include <QUrl>
 
+#include <functional>
 #include <utility>
 
 namespace tolvane::test {
@@ -60,6 +61,9 @@ public:
         return {302, "Found", {{"Location", location}}, {}, false};
     }
 
+    // Called with the path each time an answer has been written.
+    std::function<void(const QByteArray& path)> answered;
+
     const QList<Request>& requests() const { return m_requests; }
     qsizetype requestCount(const QByteArray& path) const {
         return std::count_if(m_requests.cbegin(), m_requests.cend(),
@@ -92,9 +96,11 @@ private:
                 answer += name + ": " + value + "\r\n";
             answer += "Content-Length: " + QByteArray::number(response.body.size()) +
                       "\r\nConnection: close\r\n\r\n" + response.body;
-            QTimer::singleShot(response.delayMs, socket, [socket, answer] {
+            QTimer::singleShot(response.delayMs, socket, [this, socket, answer, path] {
                 socket->write(answer);
                 socket->disconnectFromHost();
+                if (answered)
+                    answered(path);
             });
         });
     }
