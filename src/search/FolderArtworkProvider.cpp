@@ -2,7 +2,9 @@
 
 #include <QDir>
 #include <QFileInfo>
+#include <QFutureWatcher>
 #include <QUrl>
+#include <QtConcurrent/QtConcurrentRun>
 
 namespace tolvane {
 
@@ -53,7 +55,14 @@ void FolderArtworkProvider::start(const ArtworkQuery& query, Delivery delivery) 
                      Failure(QStringLiteral("the folder does not exist"), media.absolutePath()));
         return;
     }
-    deliverLater(search, delivery, ArtworkAnswer(recordsBeside(query.mediaPath)));
+    // A folder of many files takes a while to list: that is done on a worker.
+    auto* watcher = new QFutureWatcher<QList<QVariantMap>>(search);
+    connect(watcher, &QFutureWatcher<QList<QVariantMap>>::finished, search, [watcher, delivery] {
+        const QList<QVariantMap> records = watcher->result();
+        watcher->deleteLater();
+        delivery(ArtworkAnswer(records));
+    });
+    watcher->setFuture(QtConcurrent::run([path = query.mediaPath] { return recordsBeside(path); }));
 }
 
 } // namespace tolvane
