@@ -128,6 +128,10 @@ void BM_MemoryAfterBrowsingAndSearching(benchmark::State& state) {
     test::HttpTestServer server;
     server.listen();
     qputenv("TOLVANE_SEARCH_URL", server.base().toUtf8());
+    // The artwork services are asked at a closed local port: the page search alone is measured.
+    for (const char* service : {"TOLVANE_ITUNES_URL", "TOLVANE_DEEZER_URL",
+                                "TOLVANE_MUSICBRAINZ_URL", "TOLVANE_COVERART_URL"})
+        qputenv(service, "http://127.0.0.1:9");
     QByteArray page;
     for (int i = 0; i < 500; ++i) {
         page += "<div class=\"rg_di\"><a href=\"/imgres?imgurl=" + server.base().toUtf8() +

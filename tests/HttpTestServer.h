@@ -8,8 +8,10 @@
 #include <QPointer>
 #include <QTcpServer>
 #include <QTcpSocket>
+#include <QTimer>
 #include <QUrl>
 
+#include <functional>
 #include <utility>
 
 namespace tolvane::test {
@@ -23,6 +25,8 @@ public:
         QByteArray body;
         // Reads the request and never answers.
         bool silent = false;
+        // Answers after this many milliseconds.
+        int delayMs = 0;
     };
 
     // Requests as the server read them: the request line and headers.
@@ -57,6 +61,9 @@ public:
         return {302, "Found", {{"Location", location}}, {}, false};
     }
 
+    // Called with the path each time an answer has been written.
+    std::function<void(const QByteArray& path)> answered;
+
     const QList<Request>& requests() const { return m_requests; }
     qsizetype requestCount(const QByteArray& path) const {
         return std::count_if(m_requests.cbegin(), m_requests.cend(),
@@ -89,8 +96,12 @@ private:
                 answer += name + ": " + value + "\r\n";
             answer += "Content-Length: " + QByteArray::number(response.body.size()) +
                       "\r\nConnection: close\r\n\r\n" + response.body;
-            socket->write(answer);
-            socket->disconnectFromHost();
+            QTimer::singleShot(response.delayMs, socket, [this, socket, answer, path] {
+                socket->write(answer);
+                socket->disconnectFromHost();
+                if (answered)
+                    answered(path);
+            });
         });
     }
 

@@ -23,6 +23,7 @@ struct Transfer {
     QByteArray body;
     bool tooLarge = false;
     bool timedOut = false;
+    QUrl refusedRedirect;
 
     bool contextGone() const { return hasContext && !context; }
 };
@@ -110,6 +111,11 @@ void HttpClient::get(const QUrl& url, const Headers& headers, QObject* context,
 
 void HttpClient::request(const QUrl& url, const Headers& headers, QObject* context,
                          Completion completion) {
+    request(url, headers, context, nullptr, std::move(completion));
+}
+
+void HttpClient::request(const QUrl& url, const Headers& headers, QObject* context,
+                         RedirectCheck redirectCheck, Completion completion) {
     auto transfer = std::make_shared<Transfer>();
     transfer->context = context;
     transfer->hasContext = context != nullptr;
@@ -118,9 +124,11 @@ void HttpClient::request(const QUrl& url, const Headers& headers, QObject* conte
     if (QThread::currentThread() != thread()) {
         QMetaObject::invokeMethod(
             this,
-            [this, url, headers, transfer, completion = std::move(completion)]() mutable {
+            [this, url, headers, transfer, redirectCheck = std::move(redirectCheck),
+             completion = std::move(completion)]() mutable {
                 if (!transfer->contextGone())
-                    request(url, headers, transfer->context, std::move(completion));
+                    request(url, headers, transfer->context, std::move(redirectCheck),
+                            std::move(completion));
             },
             Qt::QueuedConnection);
         return;
@@ -132,7 +140,21 @@ void HttpClient::request(const QUrl& url, const Headers& headers, QObject* conte
     if (m_manager->cache())
         request.setAttribute(QNetworkRequest::CacheLoadControlAttribute,
                              QNetworkRequest::PreferCache);
+    if (redirectCheck)
+        request.setAttribute(QNetworkRequest::RedirectPolicyAttribute,
+                             QNetworkRequest::UserVerifiedRedirectPolicy);
     QNetworkReply* reply = m_manager->get(request);
+    if (redirectCheck) {
+        connect(reply, &QNetworkReply::redirected, reply,
+                [reply, transfer, redirectCheck = std::move(redirectCheck)](const QUrl& target) {
+                    if (redirectCheck(target)) {
+                        Q_EMIT reply->redirectAllowed();
+                    } else {
+                        transfer->refusedRedirect = target;
+                        reply->abort();
+                    }
+                });
+    }
 
     auto* timer = new QTimer(reply);
     timer->setSingleShot(true);
@@ -180,6 +202,12 @@ void HttpClient::request(const QUrl& url, const Headers& headers, QObject* conte
                     completion(Failure(
                         QStringLiteral("The response is larger than %1 MB").arg(megabytes(limit)),
                         where));
+                    return;
+                }
+                if (!transfer->refusedRedirect.isEmpty()) {
+                    completion(Failure(QStringLiteral("A redirect to %1 was not followed")
+                                           .arg(transfer->refusedRedirect.toDisplayString()),
+                                       where));
                     return;
                 }
                 if (transfer->timedOut) {

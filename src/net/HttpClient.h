@@ -41,6 +41,8 @@ class HttpClient : public QObject {
 public:
     using Headers = QList<std::pair<QByteArray, QByteArray>>;
     using Completion = std::function<void(const Result<HttpReply>& reply)>;
+    // Whether a redirect to an address may be followed; a refused one fails the request.
+    using RedirectCheck = std::function<bool(const QUrl& target)>;
 
     static constexpr int defaultTimeoutMs = 30000;
     static constexpr qint64 defaultBodyLimit = 16 * 1024 * 1024;
@@ -55,6 +57,9 @@ public:
     // out, a body over the limit) is a one-line failure naming the address. A null context
     // means the completion always runs.
     void request(const QUrl& url, const Headers& headers, QObject* context, Completion completion);
+    // The same, following only the redirects that the check lets through.
+    void request(const QUrl& url, const Headers& headers, QObject* context,
+                 RedirectCheck redirectCheck, Completion completion);
     // The same, with a status outside 200-299 a failure too ("HTTP status 404 (Not Found)").
     void get(const QUrl& url, const Headers& headers, QObject* context, Completion completion);
 

@@ -3,6 +3,7 @@
 #include "imaging/ImageDecoder.h"
 #include "net/HttpClient.h"
 #include "platform/Paths.h"
+#include "platform/RegularFile.h"
 
 #include <QCoreApplication>
 #include <QFutureWatcher>
@@ -95,6 +96,24 @@ void RemoteImageLoader::loadImage(const QUrl& url, QObject* context, Completion 
     waiting->append({context, context != nullptr, std::move(completion)});
     if (!first)
         return;
+
+    if (url.isLocalFile()) {
+        // Images beside a media file: read and decoded on a worker, like a download.
+        auto* watcher = new QFutureWatcher<Result<QImage>>(this);
+        connect(watcher, &QFutureWatcher<Result<QImage>>::finished, this, [this, watcher, url] {
+            const Result<QImage> loaded = watcher->result();
+            watcher->deleteLater();
+            finish(url, loaded);
+        });
+        watcher->setFuture(QtConcurrent::run([path = url.toLocalFile()]() -> Result<QImage> {
+            const Result<QByteArray> bytes = RegularFile::readAll(path, localFileLimit);
+            if (!bytes)
+                return bytes.failure();
+            const Result<QImage> image = ImageDecoder::decode(*bytes);
+            return image ? image : Failure(image.failure().message(), path);
+        }));
+        return;
+    }
 
     m_client->get(url, {}, this, [this, url](const Result<HttpReply>& reply) {
         if (reply)

@@ -30,6 +30,8 @@ public:
 
     static constexpr qint64 defaultMemoryCacheBytes = 64 * 1024 * 1024;
     static constexpr qint64 defaultDiskCacheBytes = 128 * 1024 * 1024;
+    // The largest image file read from a local folder (file: addresses).
+    static constexpr qint64 localFileLimit = 64 * 1024 * 1024;
 
     // An empty folder keeps no disk cache.
     explicit RemoteImageLoader(const QString& diskCacheFolder, QObject* parent = nullptr);

@@ -61,6 +61,8 @@ private Q_SLOTS:
     void demoDevice();
     void searchCommands_data();
     void searchCommands();
+    void providerSearch_data();
+    void providerSearch();
     void browserCommands_data();
     void browserCommands();
     void hostileInputs_data();
@@ -722,6 +724,115 @@ void TestCli::searchCommands() {
     QCOMPARE(printed, QJsonDocument::fromJson(out));
     if (arguments.first() == s("search"))
         QVERIFY(m_server.requests().constLast().head.contains("GET /search?espv=2&"));
+}
+
+void TestCli::providerSearch_data() {
+    QTest::addColumn<QStringList>("arguments");
+    QTest::addColumn<int>("exitCode");
+    // The printed array's "provider" of each record ("web" for a record without one), or the
+    // start of the one line on standard error.
+    QTest::addColumn<QStringList>("providers");
+    QTest::addColumn<QByteArray>("error");
+
+    const auto args = [](std::initializer_list<const char*> list) {
+        QStringList arguments{s("search")};
+        for (const char* argument : list)
+            arguments.append(s(argument));
+        return arguments;
+    };
+    QTest::newRow("one service") << args({"Tide", "--provider", "itunes"}) << 0
+                                 << QStringList{s("itunes"), s("itunes")} << QByteArray();
+    QTest::newRow("two, merged, the shared cover once")
+        << args({"Tide", "--provider", "deezer", "--provider", "itunes"}) << 0
+        << QStringList{s("itunes"), s("itunes"), s("deezer")} << QByteArray();
+    QTest::newRow("all, with the file's folder")
+        << args({"Tide", "--provider", "all", "--path", "MEDIA"}) << 0
+        << QStringList{s("folder"), s("itunes"), s("itunes"), s("deezer"), s("web")}
+        << QByteArray("tolvane-cli: musicbrainz: ");
+    QTest::newRow("the page search alone keeps its records as they are")
+        << args({"Tide", "--provider", "web", "--keyword", "albums"}) << 0
+        << QStringList{s("web"), s("web")} << QByteArray();
+    QTest::newRow("a kind the album service does not serve")
+        << args({"Tide", "--provider", "itunes", "--provider", "deezer", "--kind", "feature-movie"})
+        << 0 << QStringList{s("itunes"), s("itunes")} << QByteArray();
+    QTest::newRow("every provider failed")
+        << args({"Tide", "--provider", "musicbrainz", "--provider", "folder", "--path",
+                 "/nowhere/x.mp3"})
+        << 1 << QStringList{} << QByteArray("tolvane-cli: Failed to retrieve images: folder: ");
+    QTest::newRow("no provider for the kind")
+        << args({"Tide", "--provider", "deezer", "--kind", "podcast"}) << 2 << QStringList{}
+        << QByteArray("tolvane-cli: no provider asked serves");
+    QTest::newRow("an unknown provider")
+        << args({"Tide", "--provider", "google"}) << 2 << QStringList{}
+        << QByteArray("tolvane-cli: unknown "
+                      "provider");
+    QTest::newRow("an unknown kind")
+        << args({"Tide", "--provider", "itunes", "--kind", "opera"}) << 2 << QStringList{}
+        << QByteArray("tolvane-cli: unknown media kind");
+    QTest::newRow("the folder without a file")
+        << args({"Tide", "--provider", "folder"}) << 2 << QStringList{}
+        << QByteArray("tolvane-cli: the folder provider");
+    QTest::newRow("a kind without providers")
+        << args({"Tide", "--kind", "song"}) << 2 << QStringList{}
+        << QByteArray("tolvane-cli: --kind and --path go with --provider");
+}
+
+void TestCli::providerSearch() {
+    QFETCH(QStringList, arguments);
+    QFETCH(int, exitCode);
+    QFETCH(QStringList, providers);
+    QFETCH(QByteArray, error);
+
+    HttpTestServer store, albums, page;
+    QVERIFY(store.listen() && albums.listen() && page.listen());
+    const QByteArray shared = store.base().toUtf8() + "/b/600x600.jpg";
+    store.route("/search",
+                HttpTestServer::ok("{\"results\":[{\"artworkUrl100\":\"" + store.base().toUtf8() +
+                                   "/a/100x100.jpg\"},{\"artworkUrl100\":\"" +
+                                   store.base().toUtf8() + "/b/100x100.jpg\"}]}"));
+    albums.route("/search/album",
+                 HttpTestServer::ok("{\"data\":[{\"cover_xl\":\"" + shared +
+                                    "\"},{\"cover_xl\":\"" + albums.base().toUtf8() +
+                                    "/c.jpg\",\"title\":7}]}"));
+    page.route("/search",
+               HttpTestServer::ok("<div class=\"rg_di\"><a href=\"/imgres?imgurl=" + shared +
+                                  "&amp;h=1\">{\"tu\":\"http://t.example/"
+                                  "1\",\"s\":1} <div class=\"rg_di\">imgurl=http://"
+                                  "w.example/2&amp;h {\"tu\":\"http://t.example/2\","));
+    QTemporaryDir folder;
+    QVERIFY(writeFile(folder.filePath(s("Cover.PNG")), "x"));
+    arguments.replaceInStrings(s("MEDIA"), folder.filePath(s("song.mp3")));
+    arguments << s("--root") << m_device.path();
+
+    const Run result = run(arguments, {s("TOLVANE_ITUNES_URL=") + store.base(),
+                                       s("TOLVANE_DEEZER_URL=") + albums.base(),
+                                       s("TOLVANE_SEARCH_URL=") + page.base(),
+                                       s("TOLVANE_MUSICBRAINZ_URL=http://127.0.0.1:9")});
+    QCOMPARE(result.exitCode, exitCode);
+    if (!error.isEmpty())
+        QVERIFY2(result.err.startsWith(error), result.err.constData());
+    if (exitCode != 0) {
+        QCOMPARE(result.err.count('\n'), 1);
+        QVERIFY(result.out.isEmpty());
+        return;
+    }
+    const QJsonDocument printed = QJsonDocument::fromJson(result.out);
+    QVERIFY2(printed.isArray(), result.out.constData());
+    QStringList found;
+    for (const QJsonValue& value : printed.array()) {
+        const QJsonObject record = value.toObject();
+        found.append(record.value(s("provider")).toString(s("web")));
+        QVERIFY(record.value(s("imgurl"))
+                    .toString()
+                    .startsWith(found.constLast() == QLatin1String("folder") ? s("file://")
+                                                                             : s("http://")));
+        if (!record.contains(s("provider")))
+            QCOMPARE(record.keys(), (QStringList{s("imgurl"), s("thumburl")}));
+    }
+    QCOMPARE(found, providers);
+    if (arguments.contains(s("feature-movie")))
+        QVERIFY(store.requests().constFirst().head.contains("&media=movie&entity=movie&"));
+    QCOMPARE(albums.requests().size(), qsizetype(providers.contains(s("deezer"))));
 }
 
 void TestCli::browserCommands_data() {

@@ -44,6 +44,8 @@ private Q_SLOTS:
     void memoryCacheStaysWithinBound();
     void diskCacheServesAgain();
     void goneContextGetsNoImage();
+    void localFiles_data();
+    void localFiles();
 
 private:
     Outcome fetch(HttpClient& client, const QUrl& url, const HttpClient::Headers& headers = {});
@@ -279,6 +281,37 @@ void TestNet::goneContextGetsNoImage() {
     gone.reset();
     QTRY_VERIFY(liveCalled);
     QCOMPARE(goneCalls, 0);
+}
+
+void TestNet::localFiles_data() {
+    QTest::addColumn<QString>("name");
+    QTest::addColumn<QSize>("size"); // empty: the load fails
+
+    QTest::newRow("a picture beside a song") << s("cover.png") << QSize(7, 5);
+    QTest::newRow("a text named as a picture") << s("text.png") << QSize();
+    QTest::newRow("a folder named as a picture") << s("folder.jpg") << QSize();
+    QTest::newRow("nothing there") << s("gone.png") << QSize();
+}
+
+void TestNet::localFiles() {
+    QFETCH(QString, name);
+    QFETCH(QSize, size);
+
+    QTemporaryDir folder;
+    QVERIFY(writePng(folder.filePath(s("cover.png")), QSize(7, 5), Qt::red));
+    QVERIFY(writeFile(folder.filePath(s("text.png")), "not a picture"));
+    QVERIFY(QDir(folder.path()).mkdir(s("folder.jpg")));
+
+    RemoteImageLoader loader({});
+    std::optional<Result<QImage>> received;
+    loader.loadImage(QUrl::fromLocalFile(folder.filePath(name)), nullptr,
+                     [&](const Result<QImage>& loaded) { received = loaded; });
+    QTRY_VERIFY(received.has_value());
+    QCOMPARE(received->ok(), size.isValid());
+    if (size.isValid())
+        QCOMPARE((*received)->size(), size);
+    else
+        QVERIFY(!received->failure().message().isEmpty());
 }
 
 QTEST_MAIN(TestNet)

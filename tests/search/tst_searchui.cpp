@@ -23,8 +23,11 @@
 #include "search/ui/SearchBar.h"
 
 #include <QBuffer>
+#include <QElapsedTimer>
+#include <QLabel>
 #include <QLineEdit>
 #include <QPushButton>
+#include <QScopeGuard>
 #include <QScrollBar>
 #include <QTemporaryDir>
 #include <QTest>
@@ -212,6 +215,7 @@ private Q_SLOTS:
     void laterSearchFails_data();
     void laterSearchFails();
     void rotation();
+    void artworkServicesJoinThePageSearch();
 
 private:
     QTemporaryDir m_device;
@@ -498,6 +502,91 @@ void TestSearchUi::rotation() {
     QCOMPARE(panel->geometry(), QRect(0, 0, 568, 256));
     QTRY_COMPARE(search->collectionView()->cellForItemAtIndexPath({0, 3})->geometry(),
                  QRect(427, 1, 140, 140));
+}
+
+// The store's search answering after 50 ms, the album service failing after 100 ms and the
+// page search answering after 400 ms: the store's covers are in the grid before the page
+// search has answered, the page search's join them, and no alert is shown.
+void TestSearchUi::artworkServicesJoinThePageSearch() {
+    SearchService service;
+    QVERIFY(service.start(2));
+    auto page = HttpTestServer::ok(resultPage(service.server.base(), 2));
+    page.delayMs = 400;
+    service.server.route("/search", page);
+
+    HttpTestServer store, albums;
+    QVERIFY(store.listen() && albums.listen());
+    QByteArray results;
+    for (int i = 0; i < 3; ++i) {
+        const QByteArray name = "/art/" + QByteArray::number(i);
+        results += (i ? "," : "") + QByteArray("{\"collectionName\":\"Tide ") +
+                   QByteArray::number(i) + "\",\"artistName\":\"Harbour\",\"artworkUrl100\":\"" +
+                   store.base().toUtf8() + name + "/100x100bb.png\"}";
+        store.route(
+            name + "/100x100bb.png",
+            HttpTestServer::ok(pngBytes(QSize(100, 100), thumbnailColour(10 + i)), "image/png"));
+        store.route(
+            name + "/600x600bb.png",
+            HttpTestServer::ok(pngBytes(QSize(600, 600), thumbnailColour(10 + i)), "image/png"));
+    }
+    auto answer =
+        HttpTestServer::ok("{\"resultCount\":3,\"results\":[" + results + "]}", "application/json");
+    answer.delayMs = 50;
+    store.route("/search", answer);
+    albums.route("/search/album", {500, "Internal Server Error", {}, "down", false, 100});
+    qputenv("TOLVANE_ITUNES_URL", store.base().toUtf8());
+    qputenv("TOLVANE_DEEZER_URL", albums.base().toUtf8());
+    const auto restore = qScopeGuard([] {
+        qputenv("TOLVANE_ITUNES_URL", "http://127.0.0.1:9");
+        qputenv("TOLVANE_DEEZER_URL", "http://127.0.0.1:9");
+    });
+
+    SearchWindow screen(QSize(320, 568));
+    QVERIFY(QTest::qWaitForWindowExposed(screen.window.get()));
+    QElapsedTimer clock;
+    clock.start();
+    QVERIFY(screen.present(s("Harbour+Evening Tide")));
+    QTRY_COMPARE(screen.shownTitle(), s("3 Images"));
+    const qint64 firstRecords = clock.elapsed();
+    qInfo("first records in the grid after %lld ms", firstRecords);
+    QVERIFY2(firstRecords < 400, qPrintable(QString::number(firstRecords)));
+    QCOMPARE(service.server.requestCount("/search"), 1);
+    QVERIFY(store.requests().constFirst().head.startsWith(
+        "GET /search?term=Harbour%20Evening%20Tide&media=music&entity=album&limit=50 "));
+
+    QTRY_COMPARE(screen.shownTitle(), s("5 Images"));
+    GoogleImagesCollectionVC* search = screen.search;
+    QCOMPARE(search->imagesArray()->at(0).value(s("provider")).toString(), s("itunes"));
+    QCOMPARE(search->imagesArray()->at(3).keys(), (QStringList{s("imgurl"), s("thumburl")}));
+    QCOMPARE(albums.requests().size(), 1);
+    QTest::qWait(200);
+    QVERIFY(!screen.alert());
+
+    auto* cell =
+        static_cast<GoogleImageCell*>(search->collectionView()->cellForItemAtIndexPath({0, 1}));
+    QVERIFY(cell);
+    QTRY_COMPARE(cell->imageView()->image().pixelColor(50, 50).rgb(), thumbnailColour(11).rgb());
+    QTest::qWait(1200);
+    const QString grid = QCoreApplication::applicationDirPath() + s("/search-services-grid.png");
+    QFile::remove(grid);
+    QVERIFY(screen.window->grab().save(grid, "PNG"));
+
+    // The panel says where the picked image comes from: the store for the first, the page
+    // search for the last.
+    tapCell(search->collectionView(), 1);
+    QVERIFY(search->detailView());
+    QCOMPARE(search->detailView()->sourceText(), s("From iTunes \u00b7 Tide 1 \u2013 Harbour"));
+    QCOMPARE(search->detailView()->sourceLabel()->text(), search->detailView()->sourceText());
+    QVERIFY(search->detailView()->sourceLabel()->isVisible());
+    QTRY_COMPARE(screen.shownTitle(), s("Size 600x600"));
+    QTest::qWait(1200);
+    const QString look = QCoreApplication::applicationDirPath() + s("/search-services-look.png");
+    QFile::remove(look);
+    QVERIFY(screen.window->grab().save(look, "PNG"));
+    tap(search->detailView()->closeButton());
+    QTRY_VERIFY(!search->detailView());
+    tapCell(search->collectionView(), 4);
+    QCOMPARE(search->detailView()->sourceText(), s("From the web image search"));
 }
 
 QTEST_MAIN(TestSearchUi)

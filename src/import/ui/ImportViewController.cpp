@@ -424,6 +424,9 @@ void ImportViewController::openArtworkSearch() {
     auto* search = new GoogleImagesCollectionVC(
         artworkSearchTerm(m_importDict.value(metadataKey).toMap()), new GoogleImageLayout);
     search->setDelegate(this);
+    // The kind decides the artwork services asked; the file's folder may hold its cover.
+    search->setMediaKind(mediaKind());
+    search->setMediaPath(m_importDict.value(pathKey).toString());
     m_artworkSearch = search;
     // Presented by the editor's navigation controller; the row is deselected when the editor
     // shows again.

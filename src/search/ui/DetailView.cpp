@@ -12,8 +12,11 @@
 #include "search/InterfaceOrientation.h"
 
 #include <QGraphicsDropShadowEffect>
+#include <QLabel>
 #include <QPushButton>
 #include <QVariantAnimation>
+
+#include <algorithm>
 
 namespace tolvane {
 
@@ -22,7 +25,8 @@ DetailView::DetailView(QWidget* parent)
     , m_mainView(new QWidget(this))
     , m_imageView(new ImageView(m_mainView))
     , m_closeButton(new ImageButton(m_mainView))
-    , m_selectButton(new QPushButton(localized("Select"), m_mainView)) {
+    , m_selectButton(new QPushButton(localized("Select"), m_mainView))
+    , m_sourceLabel(new QLabel(m_mainView)) {
     m_mainView->setGeometry(0, 0, 0, 0);
     m_mainView->setAutoFillBackground(true);
     QPalette white = m_mainView->palette();
@@ -54,6 +58,13 @@ DetailView::DetailView(QWidget* parent)
         " border: none; color: rgb(47, 145, 252); font-size: 17px; }"
         "QPushButton:pressed { color: rgba(47, 145, 252, 110); }"));
 
+    m_sourceLabel->hide();
+    m_sourceLabel->setAlignment(Qt::AlignCenter);
+    m_sourceLabel->setAttribute(Qt::WA_TransparentForMouseEvents);
+    m_sourceLabel->setStyleSheet(
+        QStringLiteral("QLabel { background-color: rgba(0, 0, 0, 140); color: white;"
+                       " font-size: 12px; padding: 2px 6px; }"));
+
     // A rotation lays the card out for the new orientation.
     connect(DeviceNotifications::instance(), &DeviceNotifications::orientationDidChange, this,
             &DetailView::layoutSubviews);
@@ -79,6 +90,26 @@ void DetailView::layoutSubviews() {
     m_imageView->setGeometry(layout.imageView.toRect());
     m_closeButton->setGeometry(layout.closeButton.toRect());
     m_selectButton->setGeometry(layout.selectButton.toRect());
+    placeSourceLabel();
+}
+
+void DetailView::setSourceText(const QString& text) {
+    m_sourceText = text;
+    m_sourceLabel->setToolTip(text);
+    m_sourceLabel->setVisible(!text.isEmpty());
+    placeSourceLabel();
+}
+
+void DetailView::placeSourceLabel() {
+    // Across the top of the image, as wide as its text needs and never wider than the image.
+    const QRect image = m_imageView->geometry();
+    // A long title is cut with an ellipsis rather than running past the image.
+    m_sourceLabel->setText(m_sourceLabel->fontMetrics().elidedText(
+        m_sourceText, Qt::ElideRight, std::max(0, image.width() - 12)));
+    const int width = std::min(image.width(), m_sourceLabel->sizeHint().width());
+    m_sourceLabel->setGeometry(image.left() + (image.width() - width) / 2, image.top(), width,
+                               m_sourceLabel->sizeHint().height());
+    m_sourceLabel->raise();
 }
 
 void DetailView::animateFrame(const QRect& frame, int durationMs,

@@ -8,6 +8,7 @@
 
 #include <functional>
 
+class QLabel;
 class QPushButton;
 
 namespace tolvane {
@@ -28,6 +29,10 @@ public:
     ImageButton* closeButton() const { return m_closeButton; }
     QPushButton* selectButton() const { return m_selectButton; }
     QWidget* mainView() const { return m_mainView; }
+    // One line over the image's top edge saying where the image comes from; hidden when empty.
+    QLabel* sourceLabel() const { return m_sourceLabel; }
+    QString sourceText() const { return m_sourceText; }
+    void setSourceText(const QString& text);
 
     // Only its navigation bar's height is read; none counts as a bar of height 0.
     NavigationController* navController() const { return m_navController; }
@@ -46,10 +51,14 @@ protected:
     void showEvent(QShowEvent* event) override;
 
 private:
+    void placeSourceLabel();
+
     QWidget* m_mainView;
     ImageView* m_imageView;
     ImageButton* m_closeButton;
     QPushButton* m_selectButton;
+    QLabel* m_sourceLabel;
+    QString m_sourceText;
     QPointer<NavigationController> m_navController;
     QPointer<QVariantAnimation> m_move;
 };

@@ -1,6 +1,5 @@
 #include "GoogleImagesCollectionVC.h"
 
-#include "net/HttpClient.h"
 #include "net/ui/ImageViewLoading.h"
 #include "overlay/MBProgressHUD.h"
 #include "platform/Device.h"
@@ -13,10 +12,10 @@
 #include "platform/ui/NavigationBar.h"
 #include "platform/ui/NavigationController.h"
 #include "platform/ui/NavigationItem.h"
+#include "search/ArtworkResults.h"
+#include "search/ArtworkSearch.h"
 #include "search/DetailViewLayout.h"
 #include "search/GoogleImageLayout.h"
-#include "search/ImageSearchRequest.h"
-#include "search/ImageSearchScraper.h"
 #include "search/InterfaceOrientation.h"
 #include "search/ui/CollectionView.h"
 #include "search/ui/CoverButton.h"
@@ -66,6 +65,8 @@ GoogleImagesCollectionVC::GoogleImagesCollectionVC(const QString& searchTerm,
 
 GoogleImagesCollectionVC::~GoogleImagesCollectionVC() {
     disconnect(m_orientationObserver);
+    // Nothing in flight answers a screen that is going.
+    delete m_artworkSearch;
     // The grid asks its data source nothing more while it goes.
     m_collectionView->setDataSource(nullptr);
     m_collectionView->setDelegate(nullptr);
@@ -185,33 +186,81 @@ void GoogleImagesCollectionVC::dismissViewControllerAnimated(bool, Completion) {
 // --- searching ------------------------------------------------------------------------------
 
 void GoogleImagesCollectionVC::fetchImagesData(const QString& searchText, const QString& keyword) {
-    const ImageSearchRequest request = ImageSearchRequest::forSearch(searchText, keyword);
-    MBProgressHUD::showHUDAddedTo(this, true, false);
-    HttpClient::shared().get(request.url, request.headers, this,
-                             [this](const Result<HttpReply>& reply) {
-                                 if (reply)
-                                     searchSucceeded(reply->text());
-                                 else
-                                     searchFailed(reply.failure());
-                             });
+    // The page search reads "+" as a space; so do the services.
+    const ArtworkQuery query{
+        searchText, keyword,
+        QString(searchText).replace(QLatin1Char('+'), QLatin1Char(' ')).simplified(), m_mediaKind,
+        m_mediaPath};
+    // The preferences are read anew for every search; the search before this one is cancelled
+    // with its provider objects.
+    delete m_artworkSearch;
+    m_artworkSearch = new ArtworkSearch(ArtworkSearch::providersFromPreferences(), this);
+    if (!m_searchOverlayShown) {
+        MBProgressHUD::showHUDAddedTo(this, true, false);
+        m_searchOverlayShown = true;
+    }
+    m_artworkSearch->start(
+        query,
+        [this](const QString& provider, const Result<ArtworkAnswer>& answer) {
+            artworkAnswered(provider, answer);
+        },
+        [this] { artworkSearchEnded(); });
 }
 
-void GoogleImagesCollectionVC::searchSucceeded(const QString& body) {
-    m_imagesArray = ImageSearchScraper::imagesFromPage(body);
-    MBProgressHUD::hideHUDForView(this, true);
+void GoogleImagesCollectionVC::artworkAnswered(const QString& provider,
+                                               const Result<ArtworkAnswer>& answer) {
+    if (!answer) {
+        // Another provider may still answer: the grid stays as it is for now.
+        qCInfo(lcSearch).noquote()
+            << provider << QStringLiteral("image search failed:") << answer.failure().text();
+        return;
+    }
+    // A page without results drops the list, unless another provider has given records.
+    if (!answer->has_value() && m_artworkSearch->anyRecords())
+        return;
+    if (m_artworkSearch->anyRecords())
+        m_imagesArray = m_artworkSearch->records();
+    else
+        m_imagesArray.reset();
+    hideSearchOverlay();
     m_collectionView->reloadData();
     showImageCount();
-    if (!m_imagesArray)
+}
+
+void GoogleImagesCollectionVC::artworkSearchEnded() {
+    hideSearchOverlay();
+    if (!m_artworkSearch->anyRecords()) {
+        // Every provider failed or found no results: the list is as the answers left it.
         showFailureAlert();
+        m_collectionView->reloadData();
+        showImageCount();
+    }
 }
 
-void GoogleImagesCollectionVC::searchFailed(const Failure& failure) {
-    qCInfo(lcSearch).noquote() << QStringLiteral("image search failed:") << failure.text();
-    // The previous results stay on screen and in the count.
+void GoogleImagesCollectionVC::hideSearchOverlay() {
+    if (!m_searchOverlayShown)
+        return;
+    m_searchOverlayShown = false;
     MBProgressHUD::hideHUDForView(this, true);
-    showFailureAlert();
-    m_collectionView->reloadData();
-    showImageCount();
+}
+
+QString GoogleImagesCollectionVC::sourceText(const QVariantMap& record) {
+    const QString provider = ArtworkResults::providerOf(record);
+    QString source;
+    if (provider == QLatin1String("folder"))
+        source = localized("the media file's folder");
+    else if (provider == QLatin1String("itunes"))
+        source = QStringLiteral("iTunes");
+    else if (provider == QLatin1String("deezer"))
+        source = QStringLiteral("Deezer");
+    else if (provider == QLatin1String("musicbrainz"))
+        source = QStringLiteral("MusicBrainz, Cover Art Archive");
+    else
+        source = localized("the web image search");
+    const QString title =
+        record.value(QString::fromLatin1(ArtworkRecord::titleKey)).toString().simplified();
+    const QString from = localized("From %1").arg(source);
+    return title.isEmpty() ? from : from + QStringLiteral(" \u00b7 ") + title;
 }
 
 void GoogleImagesCollectionVC::showFailureAlert() {
@@ -291,6 +340,7 @@ void GoogleImagesCollectionVC::didSelectItemAtIndexPath(CollectionView* view, In
     connect(panel->closeButton(), &QAbstractButton::clicked, this,
             &GoogleImagesCollectionVC::closeButtonPressed);
     panel->selectButton()->hide();
+    panel->setSourceText(sourceText(record));
     panel->show();
     panel->raise();
 

@@ -2,6 +2,8 @@
 
 #include "platform/Result.h"
 #include "platform/ui/Screen.h"
+#include "search/ArtworkProvider.h"
+#include "search/ArtworkSearch.h"
 #include "search/IndexPath.h"
 #include "search/ui/CollectionViewDataSource.h"
 #include "search/ui/CollectionViewDelegate.h"
@@ -50,6 +52,16 @@ public:
     void setDelegate(GoogleImagesSearchDelegate* delegate) { m_delegate = delegate; }
     QString searchTerm() const { return m_searchTerm; }
     void setSearchTerm(const QString& term) { m_searchTerm = term; }
+    // The kind of the media the artwork is for ("song" unless told), which decides the
+    // artwork services asked, and the media file, whose folder may hold a cover.
+    QString mediaKind() const { return m_mediaKind; }
+    void setMediaKind(const QString& kind) { m_mediaKind = kind; }
+    QString mediaPath() const { return m_mediaPath; }
+    void setMediaPath(const QString& path) { m_mediaPath = path; }
+    // The search under way or last made; nothing before the first.
+    ArtworkSearch* artworkSearch() const { return m_artworkSearch; }
+    // Where a record's image comes from, as the detail panel says it.
+    static QString sourceText(const QVariantMap& record);
     // The last search's results; absent from a page without results until the next search.
     const std::optional<SearchResults>& imagesArray() const { return m_imagesArray; }
     IndexPath selectedIndexPath() const { return m_selectedIndexPath; }
@@ -65,8 +77,11 @@ public:
     int numberOfColumns() const { return m_numberOfColumns; }
     const QList<float>& randomArray() const { return m_randomArray; }
 
-    // Starts one search for "text+keyword" under the progress overlay; the results replace
-    // the grid's when they arrive, a failure keeps them and shows an alert.
+    // Starts one search under the progress overlay: the web page search for "text+keyword"
+    // and the artwork services for the text, each that the preferences name and that fits
+    // the media kind. A search still under way is cancelled. The first answer with records
+    // replaces the grid's, later ones join it; when no provider found anything the grid is
+    // kept (or emptied by a page without results) and an alert is shown.
     void fetchImagesData(const QString& searchText, const QString& keyword);
 
     void closeButtonPressed();
@@ -101,8 +116,9 @@ private:
     // left for "left" and on its right otherwise.
     void addBarButtonItemWithName(const QString& name, std::function<void()> action,
                                   const QString& type);
-    void searchSucceeded(const QString& body);
-    void searchFailed(const Failure& failure);
+    void artworkAnswered(const QString& provider, const Result<ArtworkAnswer>& answer);
+    void artworkSearchEnded();
+    void hideSearchOverlay();
     void showFailureAlert();
     void showImageCount();
     void showImageSize(const QImage& image);
@@ -114,6 +130,10 @@ private:
 
     GoogleImagesSearchDelegate* m_delegate = nullptr;
     QString m_searchTerm;
+    QString m_mediaKind = QStringLiteral("song");
+    QString m_mediaPath;
+    QPointer<ArtworkSearch> m_artworkSearch;
+    bool m_searchOverlayShown = false;
     std::optional<SearchResults> m_imagesArray;
     IndexPath m_selectedIndexPath;
 
