@@ -265,6 +265,9 @@ void TestDesktopManners::initTestCase() {
     m_downloads = m_home.filePath(s("Downloads"));
     // Searches go to a port where nothing listens.
     qputenv("TOLVANE_SEARCH_URL", "http://127.0.0.1:9/search");
+    for (const char* service : {"TOLVANE_ITUNES_URL", "TOLVANE_DEEZER_URL",
+                                "TOLVANE_MUSICBRAINZ_URL", "TOLVANE_COVERART_URL"})
+        qputenv(service, "http://127.0.0.1:9");
     QVERIFY(QDir().mkpath(m_downloads));
     Paths::useDesktopLayout();
 
