@@ -12,6 +12,7 @@ packages=(
     clang-16 libclang-rt-16-dev llvm-16
     xvfb xauth
     desktop-file-utils appstream dpkg-dev lintian
+    chromium nodejs
 )
 
 missing=()
