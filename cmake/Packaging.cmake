@@ -19,6 +19,9 @@ set(CPACK_PACKAGE_NAME tolvane)
 set(CPACK_PACKAGE_VENDOR Merrowby)
 set(CPACK_PACKAGE_CONTACT "Tolvane maintainers <tolvane@merrowby.com>")
 set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
+# The browsers' host manifests are installed to absolute system folders (/etc/chromium...):
+# staged under DESTDIR so they land in the package, not on the building machine.
+set(CPACK_SET_DESTDIR ON)
 set(CPACK_STRIP_FILES ON)
 set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "browse downloaded media and import it into a media library")
 set(CPACK_DEBIAN_PACKAGE_DESCRIPTION

@@ -13,6 +13,7 @@ packages=(
     xvfb xauth
     dbus-daemon dbus-session-bus-common
     desktop-file-utils appstream dpkg-dev lintian
+    chromium nodejs
 )
 
 missing=()

@@ -37,5 +37,9 @@ QList<Command> imageCommands();
 QList<Command> searchCommands();
 QList<Command> libraryCommands();
 QList<Command> browserCommands();
+QList<Command> hostCommands();
+
+// The native-messaging host on standard input and output; the exit status.
+int runNativeHost();
 
 } // namespace tolvane::cli

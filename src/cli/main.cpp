@@ -1,3 +1,4 @@
+#include "app/host/NativeHostManifests.h"
 #include "cli/Command.h"
 #include "platform/Paths.h"
 
@@ -15,7 +16,7 @@ int fail(const QString& message) {
 
 QList<Command> allCommands() {
     return foundationCommands() + settingsCommands() + mediaCommands() + imageCommands() +
-           searchCommands() + libraryCommands() + browserCommands();
+           searchCommands() + libraryCommands() + browserCommands() + hostCommands();
 }
 
 } // namespace tolvane::cli
@@ -44,6 +45,11 @@ int main(int argc, char** argv) {
     if (arguments.size() < 2) {
         printUsage(commands, stderr);
         return UsageOrInput;
+    }
+    // A browser starts the host by the path its manifest names, with arguments of its own.
+    if (NativeHostManifests::isBrowserInvocation(arguments.mid(1))) {
+        Paths::configureFromEnvironment();
+        return runNativeHost();
     }
     const QString name = arguments.at(1);
     if (name == QLatin1String("--help") || name == QLatin1String("-h") ||

@@ -54,6 +54,13 @@ Result<std::optional<QVariant>> PreferencesFile::value(const QString& key) const
 }
 
 Status PreferencesFile::setValue(const QString& key, const QVariant& value) const {
+    return change([&key, &value](QVariantMap& preferences) {
+        preferences.insert(key, value);
+        return Status();
+    });
+}
+
+Status PreferencesFile::change(const std::function<Status(QVariantMap&)>& edit) const {
     if (!QDir().mkpath(QFileInfo(m_path).path()))
         return Failure(QStringLiteral("the preferences folder cannot be made"),
                        QFileInfo(m_path).path());
@@ -64,7 +71,8 @@ Status PreferencesFile::setValue(const QString& key, const QVariant& value) cons
     if (!preferences)
         return preferences.failure();
     QVariantMap changed = std::move(preferences).value();
-    changed.insert(key, value);
+    if (Status edited = edit(changed); !edited)
+        return edited;
     return write(changed);
 }
 

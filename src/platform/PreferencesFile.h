@@ -5,6 +5,7 @@
 #include <QString>
 #include <QVariant>
 
+#include <functional>
 #include <optional>
 
 namespace tolvane {
@@ -22,6 +23,10 @@ public:
     Status setValue(const QString& key, const QVariant& value) const;
     // Whether the key was there.
     Result<bool> remove(const QString& key) const;
+    // The general change: under the lock, the edit is given the whole dictionary and changes
+    // it in place; the file is written only when the edit succeeds, so a refused edit leaves
+    // the file as it was.
+    Status change(const std::function<Status(QVariantMap&)>& edit) const;
 
 private:
     Result<QVariantMap> readForChange() const;

@@ -27,8 +27,11 @@ json_text() {
     sed -n "s/.*\"$1\": *\"\\([^\"]*\\)\".*/\\1/p"
 }
 
-prefix="$work/prefix"
-cmake --install "$build" --prefix "$prefix" >/dev/null
+# Installed as a Debian package is made: the prefix /usr under a staging root. The browsers'
+# host manifests go to absolute system folders, which DESTDIR puts under the root too.
+root="$work/root"
+DESTDIR="$root" cmake --install "$build" --prefix /usr >/dev/null
+prefix="$root/usr"
 
 share="$prefix/share"
 check "desktop entry validates" desktop-file-validate "$share/applications/tolvane.desktop"
@@ -78,6 +81,27 @@ check "the application starts on the desktop with a file handed over" \
         --quit-when-shown '$downloads/Harbour Song.mp3' | grep -q '^shown'"
 check "the user's download is untouched" cmp "$fixtures/id3v24.mp3" "$downloads/Harbour Song.mp3"
 check "no device folder on a desktop" test ! -e "$home/var" -a ! -e "$home/Library"
+
+# The browser add-on: a zip for each browser, and the host manifests where the browsers read
+# them for every user, naming the installed tolvane-cli, the same as --install-user writes.
+for browser in chromium firefox; do
+    check "the add-on's zip for $browser holds its manifest" \
+        bash -c "cmake -E tar tf '$share/tolvane/extension/tolvane-$browser.zip' | grep -qx manifest.json"
+done
+run_cli "$prefix/bin/tolvane-cli" native-host --install-user >/dev/null
+same_manifest() { # INSTALLED USER: the same but for the program's path
+    node -e '
+        const [installed, user] = process.argv.slice(1).map((f) => JSON.parse(require("fs").readFileSync(f, "utf8")));
+        if (installed.path !== "/usr/bin/tolvane-cli") throw new Error(`path ${installed.path}`);
+        delete installed.path; delete user.path;
+        require("assert").deepStrictEqual(installed, user);' "$1" "$2"
+}
+check "Chromium's host manifest" same_manifest "$root/etc/chromium/native-messaging-hosts/com.merrowby.tolvane.json" \
+    "$home/.config/chromium/NativeMessagingHosts/com.merrowby.tolvane.json"
+check "Chrome's host manifest" same_manifest "$root/etc/opt/chrome/native-messaging-hosts/com.merrowby.tolvane.json" \
+    "$home/.config/google-chrome/NativeMessagingHosts/com.merrowby.tolvane.json"
+check "Firefox's host manifest" same_manifest "$prefix/lib/mozilla/native-messaging-hosts/com.merrowby.tolvane.json" \
+    "$home/.mozilla/native-messaging-hosts/com.merrowby.tolvane.json"
 
 mv "$prefix" "$work/moved"
 check "a moved tree still finds its data" \
