@@ -6,8 +6,8 @@
 #include "platform/PropertyList.h"
 
 #include <QCollator>
-#include <QLocale>
 #include <QFile>
+#include <QLocale>
 
 #include <algorithm>
 #include <fcntl.h>
@@ -112,8 +112,7 @@ void ListingOrder::sort(QList<PSDirectoryPickerEntry>& entries, Kind kind) {
     // redo the same work many times over in a large folder.
     // The "C" locale collates by code point alone, numbers and case included; names are still
     // read as people read them there, by the common (English) rules.
-    QCollator collator(QLocale().language() == QLocale::C ? QLocale(QLocale::English)
-                                                          : QLocale());
+    QCollator collator(QLocale().language() == QLocale::C ? QLocale(QLocale::English) : QLocale());
     collator.setNumericMode(true);
     collator.setCaseSensitivity(Qt::CaseInsensitive);
     collator.setIgnorePunctuation(false);

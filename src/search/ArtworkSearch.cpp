@@ -108,25 +108,25 @@ void ArtworkSearch::start(const ArtworkQuery& query, AnswerHandler onAnswer,
         if (!m_asked.contains(provider->name()))
             continue;
         const QString name = provider->name();
-        provider->start(query, [this, generation, handlers,
-                                name](const Result<ArtworkAnswer>& answer) {
-            if (generation != m_generation)
-                return;
-            if (!answer) {
-                m_failures.append(name + QStringLiteral(": ") + answer.failure().text());
-            } else if (answer->has_value()) {
-                m_results.setRecords(name, **answer);
-                m_anyRecords = true;
-            } else {
-                m_failures.append(name + QStringLiteral(": the page holds no results"));
-            }
-            --m_pending;
-            if (handlers->first)
-                handlers->first(name, answer);
-            // The handler may have started a new search.
-            if (generation == m_generation && m_pending == 0 && handlers->second)
-                handlers->second();
-        });
+        provider->start(
+            query, [this, generation, handlers, name](const Result<ArtworkAnswer>& answer) {
+                if (generation != m_generation)
+                    return;
+                if (!answer) {
+                    m_failures.append(name + QStringLiteral(": ") + answer.failure().text());
+                } else if (answer->has_value()) {
+                    m_results.setRecords(name, **answer);
+                    m_anyRecords = true;
+                } else {
+                    m_failures.append(name + QStringLiteral(": the page holds no results"));
+                }
+                --m_pending;
+                if (handlers->first)
+                    handlers->first(name, answer);
+                // The handler may have started a new search.
+                if (generation == m_generation && m_pending == 0 && handlers->second)
+                    handlers->second();
+            });
     }
 }
 
