@@ -1,5 +1,6 @@
 #include "ImportNotice.h"
 
+#include "imaging/ImageDecoder.h"
 #include "platform/Localisation.h"
 #include "platform/MetadataKeys.h"
 
@@ -51,7 +52,9 @@ DesktopNotifier::Notice ImportNotice::compose(const QVariantMap& record,
                                    .value(QStringLiteral("imageData"))
                                    .toByteArray();
     if (!artwork.isEmpty())
-        notice.image = QImage::fromData(artwork);
+        notice.image =
+            ImageDecoder::decode(artwork, ImageDecoder::Request::fitting(QSize(256, 256)))
+                .valueOr({});
     notice.actions.append({QLatin1String(showInFolderAction), localized("Show in Folder")});
     return notice;
 }

@@ -3,13 +3,13 @@
 #include "app/SingleInstance.h"
 #include "app/ui/TolvaneApplication.h"
 #include "import/library/MediaLibrary.h"
+#include "platform/OffScreen.h"
 #include "platform/Paths.h"
 
 #include <QCommandLineParser>
 #include <QDir>
 #include <QElapsedTimer>
 #include <QTemporaryDir>
-#include <QThreadPool>
 #include <QTimer>
 
 #include <cstdio>
@@ -107,7 +107,7 @@ int main(int argc, char** argv) {
 
     // Whatever an import that was killed half-way left in the library is finished or removed
     // now, away from the screen.
-    QThreadPool::globalInstance()->start([] {
+    runOffScreen([] {
         ignoreFailure(MediaLibrary(MediaLibrary::defaultFolder()).recover(),
                       "a library that cannot be tidied now is tidied by the next import");
     });

@@ -1,6 +1,7 @@
 #include "ExportabilityCache.h"
 
 #include "import/TagLibAsset.h"
+#include "platform/OffScreen.h"
 
 #include <QCoreApplication>
 #include <QFile>
@@ -85,7 +86,7 @@ void ExportabilityCache::request(const QByteArray& nativePath) {
     }
     if (m_workers < workerCount) {
         ++m_workers;
-        m_pool.start([this] { work(); });
+        runOffScreen([this] { work(); }, &m_pool);
     }
 }
 

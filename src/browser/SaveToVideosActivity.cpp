@@ -2,6 +2,7 @@
 
 #include "browser/FileActionSheet.h"
 #include "platform/Localisation.h"
+#include "platform/OffScreen.h"
 #include "platform/PathString.h"
 #include "platform/Result.h"
 
@@ -11,7 +12,6 @@
 #include <QFileInfo>
 #include <QPointer>
 #include <QStandardPaths>
-#include <QThreadPool>
 
 namespace tolvane {
 
@@ -82,21 +82,14 @@ void SaveToVideosActivity::prepareWithActivityItems(const QVariantList& items) {
 void SaveToVideosActivity::performActivity() {
     const QString source = m_fileURL.toLocalFile();
     const QString folder = destinationFolder();
-    QPointer<SaveToVideosActivity> self(this);
     // A video may be large: the copy runs off the main thread.
-    QThreadPool::globalInstance()->start([self, source, folder] {
-        Result<QString> saved = saveCopy(source, folder);
-        QMetaObject::invokeMethod(
-            QCoreApplication::instance(),
-            [self, saved = std::move(saved)] {
-                if (!self)
-                    return;
-                self->m_savedPath = saved.valueOr(QString());
-                self->m_failureText = saved.errorText();
-                self->activityDidFinish(saved.ok());
-            },
-            Qt::QueuedConnection);
-    });
+    runOffScreen(
+        this, [source, folder] { return saveCopy(source, folder); },
+        [this](const Result<QString>& saved) {
+            m_savedPath = saved.valueOr(QString());
+            m_failureText = saved.errorText();
+            activityDidFinish(saved.ok());
+        });
 }
 
 } // namespace tolvane

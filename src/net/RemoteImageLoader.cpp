@@ -2,14 +2,13 @@
 
 #include "imaging/ImageDecoder.h"
 #include "net/HttpClient.h"
+#include "platform/OffScreen.h"
 #include "platform/Paths.h"
 #include "platform/RegularFile.h"
 
 #include <QCoreApplication>
-#include <QFutureWatcher>
 #include <QNetworkDiskCache>
 #include <QThread>
-#include <QtConcurrent/QtConcurrentRun>
 
 #include <utility>
 
@@ -99,19 +98,16 @@ void RemoteImageLoader::loadImage(const QUrl& url, QObject* context, Completion 
 
     if (url.isLocalFile()) {
         // Images beside a media file: read and decoded on a worker, like a download.
-        auto* watcher = new QFutureWatcher<Result<QImage>>(this);
-        connect(watcher, &QFutureWatcher<Result<QImage>>::finished, this, [this, watcher, url] {
-            const Result<QImage> loaded = watcher->result();
-            watcher->deleteLater();
-            finish(url, loaded);
-        });
-        watcher->setFuture(QtConcurrent::run([path = url.toLocalFile()]() -> Result<QImage> {
-            const Result<QByteArray> bytes = RegularFile::readAll(path, localFileLimit);
-            if (!bytes)
-                return bytes.failure();
-            const Result<QImage> image = ImageDecoder::decode(*bytes);
-            return image ? image : Failure(image.failure().message(), path);
-        }));
+        runOffScreen(
+            this,
+            [path = url.toLocalFile()]() -> Result<QImage> {
+                const Result<QByteArray> bytes = RegularFile::readAll(path, localFileLimit);
+                if (!bytes)
+                    return bytes.failure();
+                const Result<QImage> image = ImageDecoder::decode(*bytes);
+                return image ? image : Failure(image.failure().message(), path);
+            },
+            [this, url](const Result<QImage>& loaded) { finish(url, loaded); });
         return;
     }
 
@@ -124,15 +120,13 @@ void RemoteImageLoader::loadImage(const QUrl& url, QObject* context, Completion 
 }
 
 void RemoteImageLoader::decode(const QUrl& url, const QByteArray& bytes) {
-    // The watcher is the loader's child: when the loader goes first, the result is dropped.
-    auto* watcher = new QFutureWatcher<Result<QImage>>(this);
-    connect(watcher, &QFutureWatcher<Result<QImage>>::finished, this, [this, watcher, url] {
-        const Result<QImage> decoded = watcher->result();
-        watcher->deleteLater();
-        finish(url,
-               decoded ? decoded : Failure(decoded.failure().message(), url.toDisplayString()));
-    });
-    watcher->setFuture(QtConcurrent::run([bytes] { return ImageDecoder::decode(bytes); }));
+    // Delivered to the loader: when the loader goes first, the result is dropped.
+    runOffScreen(
+        this, [bytes] { return ImageDecoder::decode(bytes); },
+        [this, url](const Result<QImage>& decoded) {
+            finish(url,
+                   decoded ? decoded : Failure(decoded.failure().message(), url.toDisplayString()));
+        });
 }
 
 void RemoteImageLoader::finish(const QUrl& url, const Result<QImage>& image) {

@@ -1,16 +1,15 @@
 #include "ArtworkService.h"
 
 #include "net/HttpClient.h"
+#include "platform/OffScreen.h"
 #include "search/ArtworkAnswerCache.h"
 #include "search/ArtworkProvider.h"
 #include "search/ProviderPause.h"
 #include "search/RequestPacer.h"
 
-#include <QFutureWatcher>
 #include <QJsonDocument>
 #include <QJsonParseError>
 #include <QTimer>
-#include <QtConcurrent/QtConcurrentRun>
 
 #include <utility>
 
@@ -127,16 +126,10 @@ void ArtworkService::keep(const QUrl& url, const Answer& answer) {
 
 void ArtworkService::parse(const QByteArray& body, QObject* context, Parser parser,
                            std::function<void(const Result<Records>&)> done) {
-    // The watcher belongs to the search: when the search goes, the result is dropped.
-    auto* watcher = new QFutureWatcher<Result<Records>>(context);
-    QObject::connect(watcher, &QFutureWatcher<Result<Records>>::finished, context,
-                     [watcher, done = std::move(done)] {
-                         const Result<Records> records = watcher->result();
-                         watcher->deleteLater();
-                         done(records);
-                     });
-    watcher->setFuture(
-        QtConcurrent::run([body, parser = std::move(parser)] { return parser(body); }));
+    // Delivered to the search: when the search goes, the result is dropped.
+    runOffScreen(
+        context, [body, parser = std::move(parser)] { return parser(body); },
+        [done = std::move(done)](const Result<Records>& records) { done(records); });
 }
 
 Result<QJsonObject> ArtworkService::jsonObject(const QByteArray& body) {

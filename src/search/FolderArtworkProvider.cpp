@@ -1,10 +1,10 @@
 #include "FolderArtworkProvider.h"
 
+#include "platform/OffScreen.h"
+
 #include <QDir>
 #include <QFileInfo>
-#include <QFutureWatcher>
 #include <QUrl>
-#include <QtConcurrent/QtConcurrentRun>
 
 namespace tolvane {
 
@@ -55,14 +55,11 @@ void FolderArtworkProvider::start(const ArtworkQuery& query, Delivery delivery) 
                      Failure(QStringLiteral("the folder does not exist"), media.absolutePath()));
         return;
     }
-    // A folder of many files takes a while to list: that is done on a worker.
-    auto* watcher = new QFutureWatcher<QList<QVariantMap>>(search);
-    connect(watcher, &QFutureWatcher<QList<QVariantMap>>::finished, search, [watcher, delivery] {
-        const QList<QVariantMap> records = watcher->result();
-        watcher->deleteLater();
-        delivery(ArtworkAnswer(records));
-    });
-    watcher->setFuture(QtConcurrent::run([path = query.mediaPath] { return recordsBeside(path); }));
+    // A folder of many files takes a while to list: that is done on a worker, and the answer
+    // is dropped with the search.
+    runOffScreen(
+        search, [path = query.mediaPath] { return recordsBeside(path); },
+        [delivery](const QList<QVariantMap>& records) { delivery(ArtworkAnswer(records)); });
 }
 
 } // namespace tolvane

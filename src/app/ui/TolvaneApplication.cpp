@@ -12,6 +12,7 @@
 #include "platform/Device.h"
 #include "platform/FileManager.h"
 #include "platform/Localisation.h"
+#include "platform/OffScreen.h"
 #include "platform/Paths.h"
 #include "platform/ui/AlertController.h"
 #include "platform/ui/Appearance.h"
@@ -255,23 +256,20 @@ void TolvaneApplication::receive(const QStringList& texts) {
 }
 
 void TolvaneApplication::handOver(const QString& text, std::function<void(bool)> done) {
-    m_receiving.start([this, text, done = std::move(done)] {
-        Result<QString> received = HandoffReceiver().receive(text);
-        QMetaObject::invokeMethod(
-            this,
-            [this, done, received = std::move(received)] {
-                bool performed = false;
-                if (received) {
-                    performed = application(this, *received, QString(), QVariant());
-                } else if (m_viewController) {
-                    AlertController::alert(localized("Cannot Open"), received.failure().text(),
-                                           {localized("OK")}, m_viewController);
-                }
-                if (done)
-                    done(performed);
-            },
-            Qt::QueuedConnection);
-    });
+    runOffScreen(
+        this, [text] { return HandoffReceiver().receive(text); },
+        [this, done = std::move(done)](const Result<QString>& received) {
+            bool performed = false;
+            if (received) {
+                performed = application(this, *received, QString(), QVariant());
+            } else if (m_viewController) {
+                AlertController::alert(localized("Cannot Open"), received.failure().text(),
+                                       {localized("OK")}, m_viewController);
+            }
+            if (done)
+                done(performed);
+        },
+        &m_receiving);
 }
 
 } // namespace tolvane

@@ -14,6 +14,7 @@
 #include "platform/CurrentYear.h"
 #include "platform/Device.h"
 #include "platform/Localisation.h"
+#include "platform/OffScreen.h"
 #include "platform/PathString.h"
 #include "platform/Paths.h"
 #include "platform/ui/AlertController.h"
@@ -27,7 +28,6 @@
 #include <QMenu>
 #include <QPointer>
 #include <QScrollBar>
-#include <QThreadPool>
 #include <QToolButton>
 #include <QVBoxLayout>
 
@@ -205,23 +205,15 @@ void PSDirectoryListViewController::removeEntry(const PSDirectoryPickerEntry& en
         deletePermanently(entry, false);
         return;
     }
-    QPointer<PSDirectoryListViewController> self(this);
-    QThreadPool::globalInstance()->start([self, entry] {
-        Status trashed = DirectoryListing::moveEntryToTrash(entry);
-        QMetaObject::invokeMethod(
-            QCoreApplication::instance(),
-            [self, entry, trashed = std::move(trashed)] {
-                if (!self)
-                    return;
-                self->rebuildFileList();
-                if (trashed) {
-                    StatusToast::show(localized("Moved “%1” to the Trash").arg(entry.name()), self);
-                } else {
-                    self->askToDeletePermanently(entry, trashed.failure());
-                }
-            },
-            Qt::QueuedConnection);
-    });
+    runOffScreen(
+        this, [entry] { return DirectoryListing::moveEntryToTrash(entry); },
+        [this, entry](const Status& trashed) {
+            rebuildFileList();
+            if (trashed)
+                StatusToast::show(localized("Moved “%1” to the Trash").arg(entry.name()), this);
+            else
+                askToDeletePermanently(entry, trashed.failure());
+        });
 }
 
 void PSDirectoryListViewController::askToDeletePermanently(const PSDirectoryPickerEntry& entry,
@@ -238,32 +230,28 @@ void PSDirectoryListViewController::askToDeletePermanently(const PSDirectoryPick
 
 void PSDirectoryListViewController::deletePermanently(const PSDirectoryPickerEntry& entry,
                                                       bool tell) {
-    QPointer<PSDirectoryListViewController> self(this);
     // A folder may hold many files: the removal runs off the main thread.
-    QThreadPool::globalInstance()->start([self, entry, tell] {
-        Status deleted = DirectoryListing::deleteEntry(entry);
-        if (!tell) {
-            ignoreFailure(deleted,
-                          "a removal that fails leaves the row, which the new listing shows");
-        }
-        QMetaObject::invokeMethod(
-            QCoreApplication::instance(),
-            [self, entry, tell, deleted = std::move(deleted)] {
-                if (!self)
-                    return;
-                self->rebuildFileList();
-                if (!tell)
-                    return;
-                if (deleted) {
-                    StatusToast::show(localized("Deleted “%1” permanently").arg(entry.name()),
-                                      self);
-                } else {
-                    AlertController::alert(localized("Cannot Delete"), deleted.errorText(),
-                                           {localized("OK")}, self);
-                }
-            },
-            Qt::QueuedConnection);
-    });
+    runOffScreen(
+        this,
+        [entry, tell] {
+            Status deleted = DirectoryListing::deleteEntry(entry);
+            if (!tell) {
+                ignoreFailure(deleted,
+                              "a removal that fails leaves the row, which the new listing shows");
+            }
+            return deleted;
+        },
+        [this, entry, tell](const Status& deleted) {
+            rebuildFileList();
+            if (!tell)
+                return;
+            if (deleted) {
+                StatusToast::show(localized("Deleted “%1” permanently").arg(entry.name()), this);
+            } else {
+                AlertController::alert(localized("Cannot Delete"), deleted.errorText(),
+                                       {localized("OK")}, this);
+            }
+        });
 }
 
 void PSDirectoryListViewController::presentActionSheetForPath(const QString& path) {

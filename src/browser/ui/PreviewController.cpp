@@ -5,6 +5,7 @@
 #include "imaging/THEOSImage.h"
 #include "import/ui/PlayerWindow.h"
 #include "platform/Localisation.h"
+#include "platform/OffScreen.h"
 #include "platform/PathString.h"
 #include "platform/Paths.h"
 
@@ -18,7 +19,6 @@
 #include <QMimeDatabase>
 #include <QPlainTextEdit>
 #include <QPointer>
-#include <QThreadPool>
 #include <QToolButton>
 #include <QVBoxLayout>
 
@@ -105,27 +105,22 @@ void PreviewController::buildImagePage(const QString& path) {
     m_image->setAlignment(Qt::AlignCenter);
     m_image->setText(localized("Loading..."));
     m_page = m_image;
-    QPointer<PreviewController> self(this);
     // Pictures can be large: they are decoded off the main thread.
-    QThreadPool::globalInstance()->start([self, path] {
-        const QImage image =
-            ImageDecoder::decodeFile(path, ImageDecoder::Request::fitting(largestPicture))
+    runOffScreen(
+        this,
+        [path] {
+            return ImageDecoder::decodeFile(path, ImageDecoder::Request::fitting(largestPicture))
                 .valueOr({});
-        QMetaObject::invokeMethod(
-            QCoreApplication::instance(),
-            [self, image] {
-                if (!self)
-                    return;
-                if (image.isNull())
-                    self->m_image->setText(localized("This picture cannot be shown."));
-                else
-                    self->m_image->setPixmap(QPixmap::fromImage(image).scaled(
-                        self->m_image->size().expandedTo(QSize(1, 1)), Qt::KeepAspectRatio,
-                        Qt::SmoothTransformation));
-                Q_EMIT self->imageShown();
-            },
-            Qt::QueuedConnection);
-    });
+        },
+        [this](const QImage& image) {
+            if (image.isNull())
+                m_image->setText(localized("This picture cannot be shown."));
+            else
+                m_image->setPixmap(QPixmap::fromImage(image).scaled(
+                    m_image->size().expandedTo(QSize(1, 1)), Qt::KeepAspectRatio,
+                    Qt::SmoothTransformation));
+            Q_EMIT imageShown();
+        });
 }
 
 void PreviewController::buildTextPage(const QString& path) {

@@ -4,6 +4,7 @@
 #include "import/MetadataReader.h"
 #include "import/PlaybackSupport.h"
 #include "platform/Localisation.h"
+#include "platform/OffScreen.h"
 
 #include <QAudioOutput>
 #include <QCoreApplication>
@@ -15,7 +16,6 @@
 #include <QSlider>
 #include <QStackedWidget>
 #include <QStyle>
-#include <QThreadPool>
 #include <QTimer>
 #include <QToolButton>
 #include <QVBoxLayout>
@@ -191,28 +191,22 @@ void PlayerWindow::updateControls() {
 
 void PlayerWindow::readArtwork() {
     // Tags are read off the main thread; the answer comes back only while the window lives.
-    QPointer<PlayerWindow> self(this);
-    const QString path = m_path;
-    QThreadPool::globalInstance()->start([self, path] {
-        const Result<QVariantMap> metadata = MetadataReader::metadataForFile(path);
-        const QSize bound(512, 512);
-        const QImage image =
-            metadata
-                ? ImageDecoder::decode(metadata->value(QStringLiteral("imageData")).toByteArray(),
-                                       ImageDecoder::Request::fitting(bound))
-                      .valueOr({})
-                : QImage();
-        QMetaObject::invokeMethod(
-            QCoreApplication::instance(),
-            [self, image] {
-                if (!self)
-                    return;
-                if (!image.isNull())
-                    self->m_artwork->setPixmap(QPixmap::fromImage(image));
-                Q_EMIT self->artworkLoaded();
-            },
-            Qt::QueuedConnection);
-    });
+    runOffScreen(
+        this,
+        [path = m_path] {
+            const Result<QVariantMap> metadata = MetadataReader::metadataForFile(path);
+            const QSize bound(512, 512);
+            return metadata ? ImageDecoder::decode(
+                                  metadata->value(QStringLiteral("imageData")).toByteArray(),
+                                  ImageDecoder::Request::fitting(bound))
+                                  .valueOr({})
+                            : QImage();
+        },
+        [this](const QImage& image) {
+            if (!image.isNull())
+                m_artwork->setPixmap(QPixmap::fromImage(image));
+            Q_EMIT artworkLoaded();
+        });
 }
 
 bool PlayerWindow::performKeyCommand(KeyCommand command) {
