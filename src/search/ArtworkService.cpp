@@ -119,6 +119,28 @@ Failure ArtworkService::pausedFailure(std::chrono::seconds left) const {
         QStringLiteral("%1 asked to wait; %2 s left").arg(m_description.name).arg(left.count()));
 }
 
+void ArtworkService::fetchRecords(const QUrl& url, QObject* context, Parser parser,
+                                  std::function<void(const Result<Records>&)> done) const {
+    fetch(url, context,
+          [url, context, parser = std::move(parser),
+           done = std::move(done)](const Result<Answer>& answer) mutable {
+              if (!answer) {
+                  done(answer.failure());
+                  return;
+              }
+              if (!answer->isSuccess()) {
+                  done(Failure(QStringLiteral("HTTP status %1").arg(answer->status)));
+                  return;
+              }
+              parse(answer->body, context, std::move(parser),
+                    [url, kept = *answer, done = std::move(done)](const Result<Records>& records) {
+                        if (records)
+                            keep(url, kept);
+                        done(records);
+                    });
+          });
+}
+
 void ArtworkService::keep(const QUrl& url, const Answer& answer) {
     if (!answer.kept && answer.isSuccess())
         ArtworkAnswerCache::store(url, answer.body);

@@ -58,6 +58,10 @@ public:
     // waits for its slot and is sent unless the provider is paused. Completions run on the
     // context's thread, never once it has gone.
     void fetch(const QUrl& url, QObject* context, Completion completion) const;
+    // fetch, then parse of a successful answer, which is kept when its records could be read;
+    // a failed request or a status outside 2xx comes to done as a failure.
+    void fetchRecords(const QUrl& url, QObject* context, Parser parser,
+                      std::function<void(const Result<Records>&)> done) const;
     // Keeps an answer that was read successfully, for a day.
     static void keep(const QUrl& url, const Answer& answer);
 

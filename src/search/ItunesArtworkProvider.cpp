@@ -95,24 +95,9 @@ void ItunesArtworkProvider::start(const ArtworkQuery& query, Delivery delivery) 
         deliverLater(search, delivery, url.failure());
         return;
     }
-    service().fetch(
-        *url, search, [search, delivery, url = *url](const Result<ArtworkService::Answer>& answer) {
-            if (!answer) {
-                delivery(answer.failure());
-                return;
-            }
-            if (!answer->isSuccess()) {
-                delivery(Failure(QStringLiteral("HTTP status %1").arg(answer->status)));
-                return;
-            }
-            ArtworkService::parse(
-                answer->body, search, &ItunesArtworkProvider::recordsFromAnswer,
-                [delivery, url, kept = *answer](const Result<QList<QVariantMap>>& records) {
-                    if (records)
-                        ArtworkService::keep(url, kept);
-                    delivery(answerOf(records));
-                });
-        });
+    service().fetchRecords(
+        *url, search, &ItunesArtworkProvider::recordsFromAnswer,
+        [delivery](const Result<QList<QVariantMap>>& records) { delivery(answerOf(records)); });
 }
 
 } // namespace tolvane

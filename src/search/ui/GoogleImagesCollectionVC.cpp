@@ -96,14 +96,7 @@ void GoogleImagesCollectionVC::viewDidLoad() {
     m_collectionView->viewport()->setPalette(grey);
     m_collectionView->registerClass<GoogleImageCell>(GoogleImageCell::identifier());
 
-    const DeviceTraits& device = Device::current();
-    const GoogleImageLayout::Configuration configuration =
-        GoogleImageLayout::configurationForOrientation(currentInterfaceOrientation(),
-                                                       device.idiom(), device.screenBounds());
-    m_numberOfColumns = configuration.numberOfColumns;
-    GoogleImageLayout* layout = collectionViewLayout();
-    layout->setNumberOfColumns(configuration.numberOfColumns);
-    layout->setItemSize(QSizeF(configuration.side, configuration.side));
+    layOutColumnsForOrientation();
 
     auto* cancel = new QToolButton(this);
     cancel->setText(localized("Cancel"));
@@ -457,7 +450,7 @@ void GoogleImagesCollectionVC::searchBarSearchButtonClicked() {
 
 // --- rotation -------------------------------------------------------------------------------
 
-void GoogleImagesCollectionVC::orientationChanged() {
+void GoogleImagesCollectionVC::layOutColumnsForOrientation() {
     const DeviceTraits& device = Device::current();
     const GoogleImageLayout::Configuration configuration =
         GoogleImageLayout::configurationForOrientation(currentInterfaceOrientation(),
@@ -466,6 +459,11 @@ void GoogleImagesCollectionVC::orientationChanged() {
     GoogleImageLayout* layout = collectionViewLayout();
     layout->setNumberOfColumns(configuration.numberOfColumns);
     layout->setItemSize(QSizeF(configuration.side, configuration.side));
+}
+
+void GoogleImagesCollectionVC::orientationChanged() {
+    layOutColumnsForOrientation();
+    GoogleImageLayout* layout = collectionViewLayout();
     layout->setItemInsets({1, 1, 1, 1});
     layout->setInterItemSpacingY(1);
     layout->invalidateLayout();

@@ -90,6 +90,8 @@ public:
     void hideKeyboard();
     void searchBarSearchButtonClicked();
     void orientationChanged();
+    // The columns and the cell side for the orientation and the screen.
+    void layOutColumnsForOrientation();
 
     // Always animated and without completion, whatever is asked: Cancel and the end of a
     // pick both come here.
