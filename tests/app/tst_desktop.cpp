@@ -1,4 +1,5 @@
 #include "TestSupport.h"
+#include "app/ScreensShown.h"
 #include "app/ui/TolvaneApplication.h"
 #include "app/ui/ViewController.h"
 #include "browser/ui/PSDirectoryListViewController.h"
@@ -22,25 +23,6 @@ using namespace tolvane;
 using namespace tolvane::test;
 
 namespace {
-
-void click(QWidget* widget) {
-    QVERIFY(widget);
-    QTest::mouseClick(widget, Qt::LeftButton, {}, widget->rect().center());
-}
-
-Screen* presentedOverMain() {
-    return TolvaneApplication::instance()
-        ->viewController()
-        ->navigationController()
-        ->presentedViewController();
-}
-
-ImportViewController* shownEditor() {
-    auto* navigation = qobject_cast<NavigationController*>(presentedOverMain());
-    auto* editor =
-        navigation ? qobject_cast<ImportViewController*>(navigation->topViewController()) : nullptr;
-    return editor && editor->isVisible() ? editor : nullptr;
-}
 
 // Every text the window shows: labels, buttons and the title.
 QStringList shownTexts(QWidget* window) {

@@ -1,5 +1,6 @@
 #include "TestSupport.h"
 #include "app/ImportNotice.h"
+#include "app/ScreensShown.h"
 #include "app/ui/TolvaneApplication.h"
 #include "app/ui/ViewController.h"
 #include "browser/DirectoryListModel.h"
@@ -159,17 +160,6 @@ QImage grabOf(QWidget* widget) {
 
 TolvaneApplication* app() {
     return TolvaneApplication::instance();
-}
-
-Screen* presentedOverMain() {
-    return app()->viewController()->navigationController()->presentedViewController();
-}
-
-ImportViewController* shownEditor() {
-    auto* navigation = qobject_cast<NavigationController*>(presentedOverMain());
-    auto* editor =
-        navigation ? qobject_cast<ImportViewController*>(navigation->topViewController()) : nullptr;
-    return editor && editor->isVisible() ? editor : nullptr;
 }
 
 AlertController* shownAlert() {

@@ -6,6 +6,7 @@
 #include "ScopedMount.h"
 #include "TestSupport.h"
 #include "app/DemoDevice.h"
+#include "app/ScreensShown.h"
 #include "app/ui/TolvaneApplication.h"
 #include "app/ui/ViewController.h"
 #include "browser/DirectoryListModel.h"
@@ -44,27 +45,6 @@ using namespace tolvane;
 using namespace tolvane::test;
 
 namespace {
-
-void click(QWidget* widget) {
-    QVERIFY(widget);
-    QTest::mouseClick(widget, Qt::LeftButton, {}, widget->rect().center());
-}
-
-// What the main screen has presented (its navigation controller presents for it).
-Screen* presentedOverMain() {
-    return TolvaneApplication::instance()
-        ->viewController()
-        ->navigationController()
-        ->presentedViewController();
-}
-
-// The editor the main screen presented, once it is on screen.
-ImportViewController* shownEditor() {
-    auto* navigation = qobject_cast<NavigationController*>(presentedOverMain());
-    auto* editor =
-        navigation ? qobject_cast<ImportViewController*>(navigation->topViewController()) : nullptr;
-    return editor && editor->isVisible() ? editor : nullptr;
-}
 
 EditableImportTableViewCell* fieldRow(ImportViewController* editor, const QString& label) {
     const auto rows = editor->findChildren<EditableImportTableViewCell*>();
