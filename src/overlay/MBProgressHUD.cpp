@@ -6,15 +6,14 @@
 #include "overlay/BusyIndicator.h"
 #include "overlay/HUDBox.h"
 #include "overlay/ProgressIndicator.h"
+#include "platform/OffScreen.h"
 #include "platform/Paths.h"
 
 #include <QApplication>
-#include <QFutureWatcher>
 #include <QGraphicsOpacityEffect>
 #include <QKeyEvent>
 #include <QMouseEvent>
 #include <QPainter>
-#include <QPromise>
 #include <QPropertyAnimation>
 #include <QThreadPool>
 #include <QTimer>
@@ -175,23 +174,16 @@ void MBProgressHUD::hideNow(bool animated) {
 
 void MBProgressHUD::showAnimated(bool animated, Block block, QThreadPool* queue, Block completion) {
     m_taskCompletion = std::move(completion);
-    // The watcher belongs to the overlay, so the return to the main thread is dropped safely
-    // when the overlay is gone before the block ends.
-    auto promise = std::make_shared<QPromise<void>>();
-    auto* watcher = new QFutureWatcher<void>(this);
-    connect(watcher, &QFutureWatcherBase::finished, this, [this, watcher, animated] {
-        watcher->deleteLater();
-        hide(animated);
-    });
-    watcher->setFuture(promise->future());
     show(animated);
-    promise->start();
-    QThreadPool* pool = queue ? queue : QThreadPool::globalInstance();
-    pool->start([promise, work = std::move(block)] {
-        if (work)
-            work();
-        promise->finish();
-    });
+    // Delivered to the overlay, so the return to the main thread is dropped safely when the
+    // overlay is gone before the block ends.
+    runOffScreen(
+        this,
+        [work = std::move(block)] {
+            if (work)
+                work();
+        },
+        [this, animated] { hide(animated); }, queue);
 }
 
 void MBProgressHUD::fadeTo(qreal opacity, bool animated) {
