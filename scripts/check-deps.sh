@@ -68,14 +68,15 @@ need() {
 # does not count when another need of the group is met.
 problem() { printf '%s\t%s\t%s\n' "${3:--}" "$1" "$2" >>"$problems"; }
 
-# --- The packages install-deps.sh names: the words of its "packages=( ... )" list. ---
+# --- The packages install-deps.sh names: the words of its "packages=( ... )" list and of its
+# optional groups' "bench_packages=( ... )" (a build links them only when they are there). ---
 named="$work/named"
 [ -f "$install_deps" ] || {
     echo "check-deps: no package list $install_deps" >&2
     exit 2
 }
 awk '
-    /^[[:space:]]*packages=\(/ { inside = 1; sub(/^[^(]*\(/, "") }
+    /^[[:space:]]*(bench_)?packages=\(/ { inside = 1; sub(/^[^(]*\(/, "") }
     inside {
         sub(/#.*/, "")
         if (index($0, ")")) { sub(/\).*/, ""); inside = 0 }

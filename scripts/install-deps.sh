@@ -1,5 +1,7 @@
 #!/usr/bin/env bash
 # Installs the Debian packages Tolvane builds, runs and tests with, when any is missing.
+#   --bench  also what the benchmarks compare with (OpenCV's image processing, for
+#            bench_effects); the project itself never needs it
 set -euo pipefail
 
 packages=(
@@ -15,6 +17,18 @@ packages=(
     desktop-file-utils appstream dpkg-dev lintian
     chromium nodejs
 )
+
+# Optional groups, named on the command line.
+bench_packages=(libopencv-imgproc-dev)
+for option in "$@"; do
+    case "$option" in
+    --bench) packages+=("${bench_packages[@]}") ;;
+    *)
+        echo "usage: $0 [--bench]" >&2
+        exit 2
+        ;;
+    esac
+done
 
 missing=()
 for package in "${packages[@]}"; do

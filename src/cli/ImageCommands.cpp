@@ -80,19 +80,23 @@ int effect(const QCommandLineParser& parser, Format) {
     ScopedDevice device(Idiom::Phone, QSizeF(375, 667), *scale);
 
     const QString name = arguments.at(0);
+    // The scale is the one given, not the device's: the effects are asked for it explicitly.
+    const qreal at = *scale;
     std::function<QImage(const QImage&)> apply;
     if (name == QLatin1String("light")) {
-        apply = ImageEffects::applyLightEffect;
+        apply = [at](const QImage& image) { return ImageEffects::applyLightEffect(image, at); };
     } else if (name == QLatin1String("extralight")) {
-        apply = ImageEffects::applyExtraLightEffect;
+        apply = [at](const QImage& image) {
+            return ImageEffects::applyExtraLightEffect(image, at);
+        };
     } else if (name == QLatin1String("dark")) {
-        apply = ImageEffects::applyDarkEffect;
+        apply = [at](const QImage& image) { return ImageEffects::applyDarkEffect(image, at); };
     } else if (name.startsWith(QLatin1String("tint:"))) {
         const QColor colour = QColor::fromString(name.mid(5));
         if (!colour.isValid())
             return fail(QStringLiteral("\"%1\" is not a colour (#RRGGBB)").arg(name.mid(5)));
-        apply = [colour](const QImage& image) {
-            return ImageEffects::applyTintEffectWithColor(image, colour);
+        apply = [colour, at](const QImage& image) {
+            return ImageEffects::applyTintEffectWithColor(image, colour, at);
         };
     } else {
         return fail(QStringLiteral("unknown effect \"%1\"").arg(name));

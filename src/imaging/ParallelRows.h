@@ -1,23 +1,24 @@
 #pragma once
 
 #include <functional>
-#include <thread>
 
 namespace tolvane {
 
-// Runs work(begin, end) over [0, count) in two halves, the second on a thread of its own, for
-// pixel loops large enough to be worth a second core. Small counts stay on the caller's
-// thread.
-inline void parallelRows(int count, const std::function<void(int, int)>& work,
-                         int minimumPerThread = 64) {
-    if (count < 2 * minimumPerThread || std::thread::hardware_concurrency() < 2) {
-        work(0, count);
-        return;
-    }
-    const int half = count / 2;
-    std::thread second([&work, half, count] { work(half, count); });
-    work(0, half);
-    second.join();
-}
+// Splits pixel loops into bands of rows, one for each thread of a pool kept for pixel work,
+// the calling thread running one band itself. Safe from any thread, a worker of the global
+// pool included: bands that no pixel thread has started yet are taken back and run by the
+// caller, so it never waits on work queued behind it.
+namespace ParallelRows {
+
+// Runs work(begin, end) over [0, count) in bands of at least minimumPerBand rows; small
+// counts stay on the caller's thread.
+void run(int count, const std::function<void(int, int)>& work, int minimumPerBand = 64);
+
+// How many threads (the caller's included) share the bands: by default as many as the
+// processor runs at once. 0 goes back to that.
+void setThreadCount(int threads);
+int threadCount();
+
+} // namespace ParallelRows
 
 } // namespace tolvane

@@ -6,6 +6,7 @@
 #include "overlay/BusyIndicator.h"
 #include "overlay/HUDBox.h"
 #include "overlay/ProgressIndicator.h"
+#include "platform/Device.h"
 #include "platform/OffScreen.h"
 #include "platform/Paths.h"
 
@@ -372,7 +373,10 @@ void MBProgressHUD::captureBackdrop(const QRect& rect) {
         if (hadFocus)
             setFocus(Qt::OtherFocusReason);
     }
-    m_backdrop.store(rect, beneath.isNull() ? QImage() : ImageEffects::applyLightEffect(beneath));
+    // The scale is read here, on the screen's thread, and handed to the effect.
+    const qreal scale = Device::current().scale();
+    m_backdrop.store(rect,
+                     beneath.isNull() ? QImage() : ImageEffects::applyLightEffect(beneath, scale));
     m_capturing = false;
 }
 

@@ -3,6 +3,7 @@
 
 #include "TestSupport.h"
 #include "imaging/ImageEffects.h"
+#include "imaging/ImageScale.h"
 #include "platform/Device.h"
 
 #include <QRandomGenerator>
