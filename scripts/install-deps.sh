@@ -1,7 +1,10 @@
 #!/usr/bin/env bash
 # Installs the Debian packages Tolvane builds, runs and tests with, when any is missing.
-#   --bench  also what the benchmarks compare with (OpenCV's image processing, for
-#            bench_effects); the project itself never needs it
+#   --bench     also what the benchmarks compare with (OpenCV's image processing, for
+#               bench_effects); the project itself never needs it
+#   --fixtures  also what makes the test media and the guide's screenshots again
+#               (tests/fixtures/media/make-fixtures.sh, data/demo/generate-media.sh,
+#               scripts/screenshots.sh); the build and the tests use what they made
 set -euo pipefail
 
 packages=(
@@ -20,11 +23,13 @@ packages=(
 
 # Optional groups, named on the command line.
 bench_packages=(libopencv-imgproc-dev)
+fixtures_packages=(ffmpeg python3-mutagen fonts-liberation)
 for option in "$@"; do
     case "$option" in
     --bench) packages+=("${bench_packages[@]}") ;;
+    --fixtures) packages+=("${fixtures_packages[@]}") ;;
     *)
-        echo "usage: $0 [--bench]" >&2
+        echo "usage: $0 [--bench] [--fixtures]" >&2
         exit 2
         ;;
     esac
