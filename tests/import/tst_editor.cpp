@@ -55,11 +55,11 @@ namespace {
 // Takes the records the editor submits, as the media library would, and keeps them.
 class RecordingImporter : public MediaLibraryImporter {
 public:
-    Result<LibraryItem> importFile(const QVariantMap& record) override {
+    Result<LibraryItem> importFile(const ImportRecord& record) override {
         QMutexLocker lock(&m_mutex);
-        m_records.append(record);
+        m_records.append(record.toDictionary());
         m_offMainThread = QThread::currentThread() != QCoreApplication::instance()->thread();
-        return LibraryItem{record.value(s("path")).toString(), 1, true};
+        return LibraryItem{record.path.value_or(QString()), 1, true};
     }
     QList<QVariantMap> records() {
         QMutexLocker lock(&m_mutex);
@@ -558,9 +558,10 @@ void TestEditor::importFailureIsTold() {
         const QString small = first.filePath(s("small.mp3"));
         QVERIFY(QFile::copy(s(TOLVANE_MEDIA_FIXTURES "/id3v23.mp3"), small));
         QVERIFY(libraryAt
-                    ->importFile({{s("path"), small},
-                                  {s("mediaKind"), s("song")},
-                                  {s("metadata"), QVariantMap{{s("title"), s("Small")}}}})
+                    ->importFile(ImportRecord::fromDictionary(
+                        {{s("path"), small},
+                         {s("mediaKind"), s("song")},
+                         {s("metadata"), QVariantMap{{s("title"), s("Small")}}}}))
                     .ok());
         QFile filler(mount.filePath(s("filler")));
         QVERIFY(filler.open(QIODevice::WriteOnly));
@@ -698,7 +699,7 @@ void TestEditor::artworkSearchTerm_data() {
 void TestEditor::artworkSearchTerm() {
     QFETCH(QVariantMap, metadata);
     QFETCH(QString, term);
-    QCOMPARE(ImportViewController::artworkSearchTerm(metadata), term);
+    QCOMPARE(ImportViewController::artworkSearchTerm(Tags::fromDictionary(metadata)), term);
 }
 
 void TestEditor::artworkFromWebSearch_data() {

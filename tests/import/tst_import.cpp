@@ -219,11 +219,11 @@ void TestImport::readingRules() {
     ListedAsset asset;
     asset.common = common;
     asset.formats = {{s("first"), formatItems}};
-    QCOMPARE(MetadataReader::_metadataForAsset(&asset).value(), expected);
+    QCOMPARE(MetadataReader::_metadataForAsset(&asset)->toDictionary(), expected);
 
     asset.seconds = 3.0219;
     expected.insert(s("duration"), qulonglong(3021));
-    QCOMPARE(MetadataReader::_metadataForAsset(&asset).value(), expected);
+    QCOMPARE(MetadataReader::_metadataForAsset(&asset)->toDictionary(), expected);
     QVERIFY(!MetadataReader::_metadataForAsset(nullptr));
 }
 
@@ -373,7 +373,7 @@ void TestImport::handoffRecord() {
             it.value() = untagged;
     }
 
-    const QVariantMap record = ImportRecord::fromHandoffRecord(handoff, kind);
+    const QVariantMap record = ImportRecord::fromHandoffRecord(handoff, kind).toDictionary();
     QCOMPARE(record.value(s("mediaKind")).toString(), kind.isEmpty() ? s("song") : kind);
     QCOMPARE(record.value(s("isNotOpenIn")).toInt(), 1);
     QCOMPARE(record.value(s("path")), handoff.value(s("filePath")));
@@ -419,7 +419,7 @@ void TestImport::wholeRecord() {
     QFETCH(QVariantMap, given);
     QFETCH(QVariantMap, expectedMetadata);
     QFETCH(QString, kind);
-    const QVariantMap record = ImportRecord::fromWholeRecord(given);
+    const QVariantMap record = ImportRecord::fromWholeRecord(given).toDictionary();
     QCOMPARE(record.value(s("mediaKind")).toString(), kind);
     QVERIFY(!record.contains(s("isNotOpenIn")));
     QCOMPARE(record.value(s("extra")), given.value(s("extra")));
@@ -468,21 +468,19 @@ void TestImport::artworkSizing() {
     QFETCH(QSizeF, points);
     QFETCH(QSize, pixels);
     QFETCH(bool, sameImage);
-    ScopedDevice device(Idiom::Phone, QSizeF(375, 667), scale);
     QImage image(input, QImage::Format_RGB32);
     image.fill(Qt::darkCyan);
-    const auto sized = ArtworkSizing::sized({image, QSizeF(input)}, kind);
+    const auto sized = ArtworkSizing::sized({image, QSizeF(input)}, kind, scale);
     QVERIFY(sized);
     QVERIFY(std::abs(sized->points.width() - points.width()) < 0.01);
     QVERIFY(std::abs(sized->points.height() - points.height()) < 0.01);
     QCOMPARE(sized->image.size(), pixels);
     QCOMPARE(sized->image.cacheKey() == image.cacheKey(), sameImage);
     QCOMPARE(ArtworkSizing::sizeFor(QSizeF(input), kind), sized->points);
-    QVERIFY(ArtworkSizing::resizeImagePropotionaly(QImage(), kind).isNull());
+    QVERIFY(ArtworkSizing::resizeImagePropotionaly(QImage(), kind, scale).isNull());
 }
 
 void TestImport::artworkFromBytes() {
-    ScopedDevice device(Idiom::Phone, QSizeF(375, 667), 1);
     // Left half red, right half blue: the centre crop of a wide cover keeps both.
     QImage cover(3000, 2000, QImage::Format_RGB32);
     cover.fill(Qt::red);
@@ -493,7 +491,7 @@ void TestImport::artworkFromBytes() {
     QBuffer buffer(&bytes);
     buffer.open(QIODevice::WriteOnly);
     QVERIFY(cover.save(&buffer, "JPEG", 90));
-    const Result<ArtworkSizing::Jpeg> jpeg = ArtworkSizing::sizedJpeg(bytes, s("song"), 80);
+    const Result<ArtworkSizing::Jpeg> jpeg = ArtworkSizing::sizedJpeg(bytes, s("song"), 80, 1);
     QVERIFY2(jpeg.ok(), qPrintable(jpeg.errorText()));
     const QImage decoded = QImage::fromData(jpeg->bytes, "JPEG");
     QCOMPARE(decoded.size(), QSize(500, 500));
@@ -501,7 +499,7 @@ void TestImport::artworkFromBytes() {
     QCOMPARE(jpeg->points, QSizeF(500, 500));
     QVERIFY(qRed(decoded.pixel(100, 250)) > 200 && qBlue(decoded.pixel(100, 250)) < 60);
     QVERIFY(qBlue(decoded.pixel(400, 250)) > 200 && qRed(decoded.pixel(400, 250)) < 60);
-    QVERIFY(!ArtworkSizing::sizedJpeg("not an image", s("song")).ok());
+    QVERIFY(!ArtworkSizing::sizedJpeg("not an image", s("song"), 80, 1).ok());
 }
 
 QTEST_GUILESS_MAIN(TestImport)
