@@ -40,6 +40,8 @@
 #include <QMutex>
 #include <QPointer>
 #include <QPushButton>
+#include <QSemaphore>
+#include <QThreadPool>
 #include <QTemporaryDir>
 #include <QTest>
 #include <QThread>
@@ -180,6 +182,7 @@ private Q_SLOTS:
     void typingCommitsEachKeystroke_data();
     void typingCommitsEachKeystroke();
     void kindSwitchKeepsTexts();
+    void tagsArrivingKeepTypedFields();
     void importSubmits_data();
     void importSubmits();
     void importFailureIsTold_data();
@@ -384,6 +387,39 @@ void TestEditor::typingCommitsEachKeystroke() {
     QVERIFY(!field->isClearButtonEnabled());
     QCOMPARE(metadataOf(editor).value(key), stored.constLast());
     QVERIFY(editor->currentTextField() != field);
+}
+
+void TestEditor::tagsArrivingKeepTypedFields() {
+    ScopedDevice device(Idiom::Phone, QSizeF(390, 760), 2);
+    // Every worker busy: the file's tags cannot arrive before the user has typed.
+    QThreadPool* pool = QThreadPool::globalInstance();
+    QSemaphore release;
+    for (int i = 0; i < pool->maxThreadCount(); ++i)
+        pool->start([&release] { release.acquire(); });
+    auto* editor = new ImportViewController(
+        QVariantMap{{s("path"), m_song}, {s("metadata"), QVariantMap{{s("title"), s("x.mp3")}}}});
+    const auto open = present(editor, QSize(390, 760));
+    if (!open)
+        release.release(pool->maxThreadCount());
+    QVERIFY(open);
+    QVERIFY(editor->isReadingRecord());
+    QCOMPARE(fieldRow(editor, 1)->textField()->text(), s("x.mp3"));
+    QCOMPARE(fieldRow(editor, 4)->textField()->text(), s("Music"));
+
+    ImportTextField* title = fieldRow(editor, 1)->textField();
+    title->setFocus();
+    title->selectAll();
+    QTest::keyClicks(title, s("Typed"));
+    release.release(pool->maxThreadCount());
+    QTRY_VERIFY(!editor->isReadingRecord());
+
+    // The typed title stays, on the screen and in the record; the genre the user did not touch
+    // is the file's.
+    QCOMPARE(fieldRow(editor, 1)->textField()->text(), s("Typed"));
+    QCOMPARE(metadataOf(editor).value(s("title")), QVariant(s("Typed")));
+    QCOMPARE(fieldRow(editor, 4)->textField()->text(), s("Folk"));
+    QCOMPARE(metadataOf(editor).value(s("type")), QVariant(s("Folk")));
+    QVERIFY(metadataOf(editor).contains(s("imageData")));
 }
 
 void TestEditor::kindSwitchKeepsTexts() {

@@ -105,6 +105,8 @@ private Q_SLOTS:
     void damagedFramingIsRefused_data();
     void damagedFramingIsRefused();
     void tagWritingNeverGrowsWithoutBound();
+    void tagsReadWrittenReadBack_data();
+    void tagsReadWrittenReadBack();
     void notOrdinaryFilesAreRefused_data();
     void notOrdinaryFilesAreRefused();
     void fullAndReadOnlyLibrary();
@@ -460,6 +462,54 @@ void TestLibrary::tagWritingNeverGrowsWithoutBound() {
     withArtwork.artwork = artwork;
     QVERIFY(TagWriter::write(fine, s("song"), withArtwork).ok());
     QVERIFY(QFileInfo(fine).size() > artwork.size());
+}
+
+void TestLibrary::tagsReadWrittenReadBack_data() {
+    QTest::addColumn<QString>("file");
+    QTest::addColumn<QString>("kind");
+    // Whether the reader finds the track number and the cover in this format.
+    QTest::addColumn<bool>("trackAndCover");
+
+    QTest::newRow("ID3v2.4") << s("id3v24.mp3") << s("song") << true;
+    QTest::newRow("ID3v2.3") << s("id3v23.mp3") << s("song") << true;
+    QTest::newRow("ID3 with a large cover") << s("big-cover.mp3") << s("podcast") << true;
+    QTest::newRow("MPEG-4 with a track atom") << s("track3of10.m4a") << s("song") << true;
+    QTest::newRow("MPEG-4 video") << s("video.m4v") << s("tv-episode") << true;
+    QTest::newRow("WAV with ID3") << s("id3.wav") << s("song") << true;
+    QTest::newRow("AIFF with ID3") << s("id3.aiff") << s("song") << true;
+    QTest::newRow("FLAC") << s("tags.flac") << s("song") << false;
+    QTest::newRow("Ogg Vorbis") << s("tags.ogg") << s("song") << false;
+}
+
+void TestLibrary::tagsReadWrittenReadBack() {
+    QFETCH(QString, file);
+    QFETCH(QString, kind);
+    QFETCH(bool, trackAndCover);
+    QTemporaryDir dir;
+    const QString copy = dir.filePath(file);
+    QVERIFY(QFile::copy(fixture(qPrintable(file)), copy));
+    QVERIFY(QFile::setPermissions(copy, QFile::ReadOwner | QFile::WriteOwner));
+
+    // What is read is written back as it was.
+    const Result<Tags> read = MetadataReader::tagsForFile(copy);
+    QVERIFY2(read.ok(), qPrintable(read.errorText()));
+    QVERIFY(read->title && read->duration);
+    QVERIFY(TagWriter::write(copy, kind, *read).ok());
+    QCOMPARE(MetadataReader::tagsForFile(copy).valueOr({}), *read);
+
+    // Changed tags are read back as they were changed.
+    Tags changed = *read;
+    changed.title = s("Tide Over Stone \u00e9");
+    changed.artist = s("The Pilots");
+    changed.albumName = s("Harbour Lights");
+    changed.genre = s("Folk");
+    if (trackAndCover) {
+        changed.trackNumber = 4;
+        changed.artwork = test::pngBytes(QSize(8, 8), Qt::darkRed);
+    }
+    QVERIFY(TagWriter::write(copy, kind, changed).ok());
+    const Tags readBack = MetadataReader::tagsForFile(copy).valueOr({});
+    QCOMPARE(readBack.toDictionary(), changed.toDictionary());
 }
 
 void TestLibrary::notOrdinaryFilesAreRefused_data() {
