@@ -61,7 +61,10 @@ public:
     // the rest joined again is the title; without " - " the artist is empty.
     static std::pair<QString, QString> splitArtistAndTitle(const QString& name);
 
-    bool operator==(const ImportRecord&) const = default;
+    // The same record: the same dictionary.
+    bool operator==(const ImportRecord& other) const {
+        return toDictionary() == other.toDictionary();
+    }
 
 private:
     // The dictionary's own "isNotOpenIn" value, written back while the record still has one.

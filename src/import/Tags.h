@@ -89,7 +89,8 @@ public:
     // The year as text, as a format's "%@" prints it.
     std::optional<QString> yearText() const;
 
-    bool operator==(const Tags&) const = default;
+    // The same tags: the same dictionary.
+    bool operator==(const Tags& other) const { return toDictionary() == other.toDictionary(); }
 };
 
 } // namespace tolvane

@@ -41,10 +41,10 @@
 #include <QPointer>
 #include <QPushButton>
 #include <QSemaphore>
-#include <QThreadPool>
 #include <QTemporaryDir>
 #include <QTest>
 #include <QThread>
+#include <QThreadPool>
 #include <QToolButton>
 
 #include <memory>

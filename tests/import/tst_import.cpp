@@ -537,17 +537,16 @@ void TestImport::recordRoundTrip_data() {
         << QVariantMap{{s("mediaKind"), s("song")},
                        {s("path"), s("/var/mobile/Downloads/a.mp3")},
                        {s("isNotOpenIn"), 1},
-                       {s("metadata"),
-                        QVariantMap{{s("title"), s("Tide")},
-                                    {s("artist"), s("")},
-                                    {s("albumName"), s("Charts")},
-                                    {s("type"), s("Music")},
-                                    {s("year"), qlonglong(2024)},
-                                    {s("trackNumber"), 3},
-                                    {s("trackCount"), qlonglong(12)},
-                                    {s("duration"), qulonglong(215000)},
-                                    {s("creationDate"), s("2024-05-01T10:00:00Z")},
-                                    {s("imageData"), jpeg}}}}
+                       {s("metadata"), QVariantMap{{s("title"), s("Tide")},
+                                                   {s("artist"), s("")},
+                                                   {s("albumName"), s("Charts")},
+                                                   {s("type"), s("Music")},
+                                                   {s("year"), qlonglong(2024)},
+                                                   {s("trackNumber"), 3},
+                                                   {s("trackCount"), qlonglong(12)},
+                                                   {s("duration"), qulonglong(215000)},
+                                                   {s("creationDate"), s("2024-05-01T10:00:00Z")},
+                                                   {s("imageData"), jpeg}}}}
         << s("song") << true;
     QTest::newRow("podcast, episode number as text")
         << QVariantMap{{s("mediaKind"), s("podcast")},
@@ -570,8 +569,8 @@ void TestImport::recordRoundTrip_data() {
     QTest::newRow("movie, year typed as text")
         << QVariantMap{{s("mediaKind"), s("feature-movie")},
                        {s("path"), s("/m.mp4")},
-                       {s("metadata"), QVariantMap{{s("title"), s("Harbour.mp4")},
-                                                   {s("year"), s("19x9")}}}}
+                       {s("metadata"),
+                        QVariantMap{{s("title"), s("Harbour.mp4")}, {s("year"), s("19x9")}}}}
         << s("feature-movie") << false;
     QTest::newRow("music video, imageData that is no image, or no bytes")
         << QVariantMap{{s("mediaKind"), s("music-video")},
@@ -617,12 +616,12 @@ void TestImport::recordRoundTrip() {
 }
 
 void TestImport::fieldSetAgainIsWrittenTyped() {
-    ImportRecord record = ImportRecord::fromDictionary(
-        {{s("metadata"), QVariantMap{{s("episodeNumber"), s("7")},
-                                     {s("seasonNumber"), 2.0},
-                                     {s("year"), s("1999")},
-                                     {s("imageData"), s("not bytes")},
-                                     {s("title"), 1984}}}});
+    ImportRecord record =
+        ImportRecord::fromDictionary({{s("metadata"), QVariantMap{{s("episodeNumber"), s("7")},
+                                                                  {s("seasonNumber"), 2.0},
+                                                                  {s("year"), s("1999")},
+                                                                  {s("imageData"), s("not bytes")},
+                                                                  {s("title"), 1984}}}});
     // The typed values are read from the odd ones.
     QCOMPARE(record.metadata.episodeNumber.value_or(0), 7);
     QCOMPARE(record.metadata.seasonNumber.value_or(0), 2);
@@ -636,13 +635,12 @@ void TestImport::fieldSetAgainIsWrittenTyped() {
     record.metadata.artwork = QByteArray("\x89PNG");
     record.mediaKind = s("podcast");
     record.isNotOpenIn = true;
-    const QVariantMap expected{
-        {s("mediaKind"), s("podcast")},
-        {s("isNotOpenIn"), 1},
-        {s("metadata"), QVariantMap{{s("episodeNumber"), qlonglong(7)},
-                                    {s("year"), qlonglong(2001)},
-                                    {s("imageData"), QByteArray("\x89PNG")},
-                                    {s("title"), 1984}}}};
+    const QVariantMap expected{{s("mediaKind"), s("podcast")},
+                               {s("isNotOpenIn"), 1},
+                               {s("metadata"), QVariantMap{{s("episodeNumber"), qlonglong(7)},
+                                                           {s("year"), qlonglong(2001)},
+                                                           {s("imageData"), QByteArray("\x89PNG")},
+                                                           {s("title"), 1984}}}};
     QString where;
     QVERIFY2(sameDictionary(record.toDictionary(), expected, &where), qPrintable(where));
 }
