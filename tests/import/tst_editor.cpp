@@ -94,7 +94,9 @@ struct OpenEditor {
     QPointer<ImportViewController> editor;
 };
 
-std::unique_ptr<OpenEditor> present(ImportViewController* editor, QSize size) {
+// Unless told not to, it waits for the file's tags to be read and shown.
+std::unique_ptr<OpenEditor> present(ImportViewController* editor, QSize size,
+                                    bool untilRecordRead = true) {
     auto open = std::make_unique<OpenEditor>();
     open->window = std::make_unique<MainWindow>();
     auto* root = new Screen;
@@ -108,6 +110,8 @@ std::unique_ptr<OpenEditor> present(ImportViewController* editor, QSize size) {
     if (!root->presentViewController(open->navigation, false))
         return nullptr;
     QCoreApplication::processEvents();
+    if (untilRecordRead && !QTest::qWaitFor([editor] { return !editor->isReadingRecord(); }))
+        return nullptr;
     return open;
 }
 
@@ -398,7 +402,7 @@ void TestEditor::tagsArrivingKeepTypedFields() {
         pool->start([&release] { release.acquire(); });
     auto* editor = new ImportViewController(
         QVariantMap{{s("path"), m_song}, {s("metadata"), QVariantMap{{s("title"), s("x.mp3")}}}});
-    const auto open = present(editor, QSize(390, 760));
+    const auto open = present(editor, QSize(390, 760), false);
     if (!open)
         release.release(pool->maxThreadCount());
     QVERIFY(open);
