@@ -179,7 +179,6 @@ void ImportViewController::recordDidArrive(ImportRecord read) {
         }
         reloadData();
     }
-    Q_EMIT recordRead();
     if (m_submitWhenRead)
         std::exchange(m_submitWhenRead, {})();
 }

@@ -106,10 +106,6 @@ public:
     qreal heightForRowAtIndexPath(TableIndexPath indexPath) const override;
     void didSelectRowAtIndexPath(TableIndexPath indexPath) override;
 
-Q_SIGNALS:
-    // The file's tags and artwork are in the record and on the screen.
-    void recordRead();
-
 protected:
     void viewDidLoad() override;
     void viewWillAppear(bool animated) override;
