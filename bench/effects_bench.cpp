@@ -174,10 +174,10 @@ QByteArray bigCover() {
 }
 
 void BM_SongArtworkFrom3000Jpeg(benchmark::State& state) {
-    ScopedDevice device(Idiom::Phone, QSizeF(390, 844), double(state.range(0)));
     const QByteArray cover = bigCover();
     for (auto _ : state) {
-        const auto jpeg = ArtworkSizing::sizedJpeg(cover, QStringLiteral("song"), 80);
+        const auto jpeg =
+            ArtworkSizing::sizedJpeg(cover, QStringLiteral("song"), 80, double(state.range(0)));
         benchmark::DoNotOptimize(jpeg->bytes.constData());
     }
 }

@@ -78,12 +78,13 @@ void runCp(const QString& from, const QString& to) {
         waitpid(pid, nullptr, 0);
 }
 
-QVariantMap videoRecord(const QString& path) {
-    return {{QStringLiteral("mediaKind"), QStringLiteral("music-video")},
-            {QStringLiteral("path"), path},
-            {QStringLiteral("metadata"),
-             QVariantMap{{QStringLiteral("title"), QStringLiteral("Harbour")},
-                         {QStringLiteral("artist"), QStringLiteral("Pilots")}}}};
+ImportRecord videoRecord(const QString& path) {
+    ImportRecord record;
+    record.mediaKind = QStringLiteral("music-video");
+    record.path = path;
+    record.metadata.title = QStringLiteral("Harbour");
+    record.metadata.artist = QStringLiteral("Pilots");
+    return record;
 }
 
 void BM_CpVideo(benchmark::State& state) {
@@ -142,11 +143,10 @@ void BM_HundredSongs(benchmark::State& state) {
         state.PauseTiming();
         QTemporaryDir dir(QDir::currentPath() + QStringLiteral("/bench-XXXXXX"));
         MediaLibrary library(dir.path());
-        const QVariantMap song{
-            {QStringLiteral("mediaKind"), QStringLiteral("song")},
-            {QStringLiteral("path"), QStringLiteral(TOLVANE_DEMO_MEDIA "/Evening Tide.mp3")},
-            {QStringLiteral("metadata"),
-             QVariantMap{{QStringLiteral("title"), QStringLiteral("Evening Tide")}}}};
+        ImportRecord song;
+        song.mediaKind = QStringLiteral("song");
+        song.path = QStringLiteral(TOLVANE_DEMO_MEDIA "/Evening Tide.mp3");
+        song.metadata.title = QStringLiteral("Evening Tide");
         state.ResumeTiming();
         for (int i = 0; i < 100; ++i) {
             if (!library.importFile(song).ok())

@@ -32,7 +32,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     const QByteArray bytes = fuzz::bytesOf(data + 1, size - 1);
     const ScopedDevice device(Idiom::Phone, QSizeF(375, 667), scale);
 
-    if (const Result<ArtworkSizing::Jpeg> jpeg = ArtworkSizing::sizedJpeg(bytes, kind)) {
+    if (const Result<ArtworkSizing::Jpeg> jpeg = ArtworkSizing::sizedJpeg(bytes, kind, 80, scale)) {
         if (jpeg->bytes.isEmpty() || jpeg->pixels.isEmpty())
             fuzz::fail("sized artwork without pixels");
         // The points are the rules' for the image's own size, whatever was decoded.

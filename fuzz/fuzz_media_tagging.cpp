@@ -124,10 +124,10 @@ qint64 newTagBytes(const QVariantMap& record) {
 // The media library in the scratch folder, each import watched.
 class WatchedLibrary final : public MediaLibraryImporter {
 public:
-    Result<LibraryItem> importFile(const QVariantMap& record) override {
+    Result<LibraryItem> importFile(const ImportRecord& record) override {
         const QString folder = libraryFolder();
-        const QString source = record.value(QStringLiteral("path")).toString();
-        const qint64 bound = QFileInfo(source).size() + newTagBytes(record) + slack;
+        const QString source = record.path.value_or(QString());
+        const qint64 bound = QFileInfo(source).size() + newTagBytes(record.toDictionary()) + slack;
         std::optional<Result<LibraryItem>> outcome;
         {
             const GrowthWatchdog watchdog(folder, bound);
@@ -173,7 +173,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     QVariantMap record =
         ImportRecord::fromWholeRecord({{QStringLiteral("path"), path},
                                        {QStringLiteral("mediaKind"), input.kind},
-                                       {QStringLiteral("metadata"), QVariantMap()}});
+                                       {QStringLiteral("metadata"), QVariantMap()}})
+            .toDictionary();
     QVariantMap metadata = record.value(QStringLiteral("metadata")).toMap();
     const QVariantMap given{
         {QStringLiteral("title"), QStringLiteral("Tide Over Stone")},
@@ -192,7 +193,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
         metadata.insert(QStringLiteral("imageData"), newArtwork);
     record.insert(QStringLiteral("metadata"), metadata);
 
-    const Result<LibraryItem> outcome = ImportSubmission::submit(record, std::nullopt);
+    ImportRecord submitted = ImportRecord::fromDictionary(record);
+    const Result<LibraryItem> outcome = ImportSubmission::submit(submitted, std::nullopt, 1);
 
     QFile source(path);
     if (!source.open(QIODevice::ReadOnly) || source.readAll() != input.file)

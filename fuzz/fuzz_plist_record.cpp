@@ -60,8 +60,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     const QVariantMap given = read.valueOr(QVariantMap());
     const QString kind = QString::fromLatin1(fuzz::mediaKinds[size % fuzz::mediaKindCount]);
     if (read) {
-        printBothWays(ImportRecord::fromHandoffRecord(given, kind));
-        printBothWays(ImportRecord::fromWholeRecord(given));
+        printBothWays(ImportRecord::fromHandoffRecord(given, kind).toDictionary());
+        printBothWays(ImportRecord::fromWholeRecord(given).toDictionary());
     }
 
     Preferences::savePath();
@@ -73,6 +73,6 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     if (found.status != EntryStore::Status::Found && found.record)
         fuzz::fail("a store that was not found gave an entry");
     if (found.record)
-        printBothWays(ImportRecord::fromHandoffRecord(*found.record, kind));
+        printBothWays(ImportRecord::fromHandoffRecord(*found.record, kind).toDictionary());
     return 0;
 }

@@ -10,8 +10,9 @@
 #include "browser/PreviewActivity.h"
 #include "browser/SaveToVideosActivity.h"
 #include "imaging/THEOSData.h"
+#include "import/ImportRecord.h"
+#include "import/MediaKinds.h"
 #include "platform/CurrentYear.h"
-#include "platform/MetadataKeys.h"
 #include "platform/PathString.h"
 #include "platform/Paths.h"
 
@@ -31,7 +32,10 @@ FileActionSheet FileActionSheet::compose(const QString& entryPath,
     const QString name = PathString::lastPathComponent(sheet.m_path);
     const QString extension = PathString::pathExtension(sheet.m_path).toLower();
 
-    sheet.m_fileInfo.insert(QStringLiteral("path"), sheet.m_path);
+    // The record handed to the actions: the file, and for media its first tags and kind.
+    ImportRecord info;
+    info.path = sheet.m_path;
+    info.hasMetadata = false;
     sheet.m_excluded = {UIActivityTypeAssignToContact, UIActivityTypePrint,
                         UIActivityTypeCopyToPasteboard, UIActivityTypeSaveToCameraRoll};
 
@@ -39,15 +43,14 @@ FileActionSheet FileActionSheet::compose(const QString& entryPath,
     const bool isVideo = videoExtensions.contains(extension);
     const bool isMedia = isVideo || audioExtensions.contains(extension);
     if (isMedia) {
-        QVariantMap metadata{{AVMetadataCommonKeyTitle, name},
-                             {AVMetadataCommonKeyArtist, QString()},
-                             {QStringLiteral("year"), currentYear()}};
+        info.metadata.title = name;
+        info.metadata.artist = QString();
+        info.metadata.year = Tags::Year(qlonglong(currentYear()));
         const QString iconFile = FileTypeTable::installed()->iconFileForExtension(extension);
-        if (const auto iconData = THEOSData::DataFromFileAtPath(
-                PathString::appendingPathComponent(Paths::iconsFolder(), iconFile)))
-            metadata.insert(QStringLiteral("imageData"), *iconData);
-        sheet.m_fileInfo.insert(QStringLiteral("metadata"), metadata);
-        sheet.m_fileInfo.insert(QStringLiteral("mediaKind"), QStringLiteral("song"));
+        info.metadata.artwork = THEOSData::DataFromFileAtPath(
+            PathString::appendingPathComponent(Paths::iconsFolder(), iconFile));
+        info.hasMetadata = true;
+        info.mediaKind = MediaKinds::song;
 
         auto play = std::make_unique<PlayMediaActivity>();
         play->setDelegate(delegates.playMedia);
@@ -56,6 +59,7 @@ FileActionSheet FileActionSheet::compose(const QString& entryPath,
         importAudio->setPresenter(delegates.screen);
         actions.push_back(std::move(importAudio));
     }
+    sheet.m_fileInfo = info.toDictionary();
     if (isVideo) {
         // A video may be saved by the platform's own action.
         sheet.m_excluded.removeLast();

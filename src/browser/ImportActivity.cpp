@@ -1,21 +1,26 @@
 #include "ImportActivity.h"
 
 #include "browser/ExportabilityCache.h"
+#include "import/ImportRecord.h"
 #include "platform/Localisation.h"
 
 namespace tolvane {
 
 namespace {
 
-const QString pathKey = QStringLiteral("path");
-
 ImportEditorOpener& installedOpener() {
     static ImportEditorOpener opener;
     return opener;
 }
 
-bool isDictionaryWithPath(const QVariant& item) {
-    return item.metaType() == QMetaType::fromType<QVariantMap>() && item.toMap().contains(pathKey);
+// The record of an item that is a dictionary with "path".
+std::optional<ImportRecord> recordWithPath(const QVariant& item) {
+    if (item.metaType() != QMetaType::fromType<QVariantMap>())
+        return std::nullopt;
+    ImportRecord record = ImportRecord::fromDictionary(item.toMap());
+    if (!record.path.given())
+        return std::nullopt;
+    return record;
 }
 
 } // namespace
@@ -28,8 +33,16 @@ const ImportEditorOpener& ImportActivity::editorOpener() {
     return installedOpener();
 }
 
+ImportActivity::ImportActivity(Kind kind, QObject* parent)
+    : Activity(parent)
+    , m_kind(std::move(kind)) {}
+
 QString ImportActivity::activityTitle() const {
-    return localized("Import");
+    return localized(m_kind ? m_kind->title : "Import");
+}
+
+QString ImportActivity::activityImageName() const {
+    return m_kind ? QString::fromLatin1(m_kind->imageName) : QStringLiteral("activityAudio.png");
 }
 
 bool ImportActivity::canPerformWithActivityItems(const QVariantList& items) const {
@@ -38,27 +51,36 @@ bool ImportActivity::canPerformWithActivityItems(const QVariantList& items) cons
     if (std::any_of(items.cbegin(), items.cend(), &Activity::isExistingFileUrl))
         return true;
     return std::any_of(items.cbegin(), items.cend(), [](const QVariant& item) {
-        return isDictionaryWithPath(item) &&
-               ExportabilityCache::isExportable(item.toMap().value(pathKey).toString());
+        const std::optional<ImportRecord> record = recordWithPath(item);
+        return record && ExportabilityCache::isExportable(record->path.value_or(QString()));
     });
 }
 
 void ImportActivity::prepareWithActivityItems(const QVariantList& items) {
     m_files.clear();
     for (const QVariant& item : items) {
-        if (isDictionaryWithPath(item)) {
+        if (recordWithPath(item)) {
             addFileWithInfo(item.toMap());
             return;
         }
         if (isExistingFileUrl(item)) {
-            addFileWithInfo({{pathKey, item.toUrl().toLocalFile()}});
+            ImportRecord record;
+            record.path = item.toUrl().toLocalFile();
+            record.hasMetadata = false;
+            addFileWithInfo(record.toDictionary());
             return;
         }
     }
 }
 
 void ImportActivity::addFileWithInfo(const QVariantMap& info) {
-    m_files.append(info);
+    if (!m_kind) {
+        m_files.append(info);
+        return;
+    }
+    ImportRecord record = ImportRecord::fromDictionary(info);
+    record.mediaKind = m_mediaKind.isEmpty() ? m_kind->defaultKind : m_mediaKind;
+    m_files.append(record.toDictionary());
 }
 
 void ImportActivity::performActivity() {
@@ -68,7 +90,8 @@ void ImportActivity::performActivity() {
         return;
     }
     const QVariantMap record = m_files.first();
-    opener(record, record.value(QStringLiteral("mediaKind")).toString(), this, m_presenter);
+    opener(record, ImportRecord::fromDictionary(record).mediaKind.value_or(QString()), this,
+           m_presenter);
 }
 
 void ImportActivity::ImportViewControllerDidCancel() {

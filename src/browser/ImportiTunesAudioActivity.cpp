@@ -1,18 +1,10 @@
 #include "ImportiTunesAudioActivity.h"
 
-#include "platform/Localisation.h"
+#include "import/MediaKinds.h"
 
 namespace tolvane {
 
-QString ImportiTunesAudioActivity::activityTitle() const {
-    return localized("Import to Music");
-}
-
-void ImportiTunesAudioActivity::addFileWithInfo(const QVariantMap& info) {
-    QVariantMap withKind = info;
-    withKind.insert(QStringLiteral("mediaKind"),
-                    m_mediaKind.isEmpty() ? QStringLiteral("song") : m_mediaKind);
-    ImportActivity::addFileWithInfo(withKind);
-}
+ImportiTunesAudioActivity::ImportiTunesAudioActivity(QObject* parent)
+    : ImportActivity(Kind{"Import to Music", "activityAudio.png", MediaKinds::song}, parent) {}
 
 } // namespace tolvane

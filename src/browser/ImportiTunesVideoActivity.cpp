@@ -1,18 +1,11 @@
 #include "ImportiTunesVideoActivity.h"
 
-#include "platform/Localisation.h"
+#include "import/MediaKinds.h"
 
 namespace tolvane {
 
-QString ImportiTunesVideoActivity::activityTitle() const {
-    return localized("Import to Videos");
-}
-
-void ImportiTunesVideoActivity::addFileWithInfo(const QVariantMap& info) {
-    QVariantMap withKind = info;
-    withKind.insert(QStringLiteral("mediaKind"),
-                    m_mediaKind.isEmpty() ? QStringLiteral("music-video") : m_mediaKind);
-    ImportActivity::addFileWithInfo(withKind);
-}
+ImportiTunesVideoActivity::ImportiTunesVideoActivity(QObject* parent)
+    : ImportActivity(Kind{"Import to Videos", "activityMusicVideo.png", MediaKinds::musicVideo},
+                     parent) {}
 
 } // namespace tolvane

@@ -4,21 +4,12 @@
 
 namespace tolvane {
 
-// Imports with its own media kind ("music-video" unless set), which overrides the file's.
+// "Import to Videos": imports as its own media kind ("music-video" unless set), which overrides the
+// file's.
 class ImportiTunesVideoActivity : public ImportActivity {
     Q_OBJECT
 public:
-    using ImportActivity::ImportActivity;
-
-    QString activityTitle() const override;
-    QString activityImageName() const override { return QStringLiteral("activityMusicVideo.png"); }
-    void addFileWithInfo(const QVariantMap& info) override;
-
-    QString mediaKind() const { return m_mediaKind; }
-    void setMediaKind(const QString& kind) { m_mediaKind = kind; }
-
-private:
-    QString m_mediaKind;
+    explicit ImportiTunesVideoActivity(QObject* parent = nullptr);
 };
 
 } // namespace tolvane

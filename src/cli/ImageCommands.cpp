@@ -57,7 +57,7 @@ int artwork(const QCommandLineParser& parser, Format format) {
     if (!input)
         return fail(input.errorText());
     const Result<ArtworkSizing::Jpeg> jpeg =
-        ArtworkSizing::sizedJpeg(*input, parser.value(kindOption), 80);
+        ArtworkSizing::sizedJpeg(*input, parser.value(kindOption), 80, *scale);
     if (!jpeg)
         return fail(QStringLiteral("%1: %2").arg(arguments.at(0), jpeg.failure().message()));
     if (const Status written = writeFile(arguments.at(1), jpeg->bytes); !written)

@@ -2,6 +2,7 @@
 #include "import/ImportRecord.h"
 #include "import/ImportSubmission.h"
 #include "import/library/MediaLibrary.h"
+#include "platform/Device.h"
 #include "platform/PropertyList.h"
 #include "platform/RegularFile.h"
 
@@ -27,44 +28,31 @@ const QCommandLineOption artworkOption(QStringLiteral("artwork"),
 // Artwork files are read whole; a larger one is refused.
 constexpr qint64 artworkFileLimit = 256 * 1024 * 1024;
 
-// Values typed on the command line: counts and numbers as numbers, the year as typed text
-// (as the editor keeps it), everything else as text.
-QVariant typedValue(const QString& key, const QString& text) {
-    static const QStringList numbers = {QStringLiteral("trackNumber"), QStringLiteral("trackCount"),
-                                        QStringLiteral("episodeNumber"),
-                                        QStringLiteral("seasonNumber"), QStringLiteral("duration")};
-    bool ok = false;
-    const qlonglong number = text.toLongLong(&ok);
-    return numbers.contains(key) && ok ? QVariant(number) : QVariant(text);
-}
-
 // The record a media file is imported with: as a whole record would be made, with the values
-// given on top.
-Result<QVariantMap> recordForFile(const QCommandLineParser& parser, const QString& file) {
+// given on top (counts and numbers as numbers, the year as typed text, as the editor keeps it,
+// everything else as text).
+Result<ImportRecord> recordForFile(const QCommandLineParser& parser, const QString& file) {
     const QFileInfo info(file);
     // Only an ordinary file is imported: never a folder, a FIFO, a device or a /proc file.
     if (const Status readable = RegularFile::check(file); !readable)
         return readable.failure();
-    QVariantMap record =
-        ImportRecord::fromWholeRecord({{QStringLiteral("path"), info.absoluteFilePath()},
-                                       {QStringLiteral("mediaKind"), parser.value(kindOption)},
-                                       {QStringLiteral("metadata"), QVariantMap()}});
-    QVariantMap metadata = record.value(QStringLiteral("metadata")).toMap();
+    ImportRecord given;
+    given.path = info.absoluteFilePath();
+    given.mediaKind = parser.value(kindOption);
+    ImportRecord record = ImportRecord::fromWholeRecord(given.toDictionary());
     for (const QString& assignment : parser.values(setOption)) {
         const qsizetype equals = assignment.indexOf(QLatin1Char('='));
         if (equals <= 0)
             return Failure(QStringLiteral("--set takes KEY=VALUE, not \"%1\"").arg(assignment));
-        const QString key = assignment.left(equals);
-        metadata.insert(key, typedValue(key, assignment.mid(equals + 1)));
+        record.metadata.setTypedText(assignment.left(equals), assignment.mid(equals + 1));
     }
     if (parser.isSet(artworkOption)) {
         const Result<QByteArray> image =
             RegularFile::readAll(parser.value(artworkOption), artworkFileLimit);
         if (!image)
             return image.failure();
-        metadata.insert(QStringLiteral("imageData"), *image);
+        record.metadata.artwork = *image;
     }
-    record.insert(QStringLiteral("metadata"), metadata);
     return record;
 }
 
@@ -72,9 +60,9 @@ int import(const QCommandLineParser& parser, Format format) {
     const QStringList arguments = parser.positionalArguments();
     if (arguments.size() != 1)
         return fail(QStringLiteral("import takes exactly one RECORD.plist or FILE"));
-    QVariantMap record;
+    ImportRecord record;
     if (parser.isSet(kindOption)) {
-        const Result<QVariantMap> made = recordForFile(parser, arguments.first());
+        const Result<ImportRecord> made = recordForFile(parser, arguments.first());
         if (!made) {
             std::fprintf(stderr, "tolvane-cli: import failed: %s\n", qPrintable(made.errorText()));
             return Rejected;
@@ -86,10 +74,11 @@ int import(const QCommandLineParser& parser, Format format) {
         const Result<QVariantMap> read = PropertyListReader::readDictionary(arguments.first());
         if (!read)
             return fail(read.errorText());
-        record = *read;
+        record = ImportRecord::fromDictionary(*read);
     }
 
-    const Result<LibraryItem> imported = ImportSubmission::submit(record, std::nullopt);
+    const Result<LibraryItem> imported =
+        ImportSubmission::submit(record, std::nullopt, Device::current().scale());
     if (!imported) {
         std::fprintf(stderr, "tolvane-cli: import failed: %s\n", qPrintable(imported.errorText()));
         return Rejected;

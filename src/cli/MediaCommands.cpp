@@ -41,8 +41,8 @@ int record(const QCommandLineParser& parser, Format format) {
     const Result<QVariantMap> given = PropertyListReader::readDictionary(arguments.first());
     if (!given)
         return fail(given.errorText());
-    print(whole ? ImportRecord::fromWholeRecord(*given)
-                : ImportRecord::fromHandoffRecord(*given, parser.value(kindOption)),
+    print(whole ? ImportRecord::fromWholeRecord(*given).toDictionary()
+                : ImportRecord::fromHandoffRecord(*given, parser.value(kindOption)).toDictionary(),
           format);
     return Success;
 }

@@ -12,7 +12,10 @@
 namespace tolvane::THEOSImage {
 
 QImage imageWithName(const QString& name, const QString& directory) {
-    const qreal scale = Device::current().scale();
+    return imageWithName(name, directory, Device::current().scale());
+}
+
+QImage imageWithName(const QString& name, const QString& directory, qreal scale) {
     const ImageDensity density = ImageDensity::resolve(name, scale);
 
     // A missing image is nothing, without a word, as every caller expects of resource images.

@@ -11,5 +11,7 @@ namespace tolvane::THEOSImage {
 // the screen's scale, so its devicePixelRatio is the scale; without a factor the decoded image
 // is returned at scale 1. A missing or undecodable file gives a null image.
 QImage imageWithName(const QString& name, const QString& directory);
+// The same at a scale read on the screen's thread beforehand, for work away from it.
+QImage imageWithName(const QString& name, const QString& directory, qreal scale);
 
 } // namespace tolvane::THEOSImage

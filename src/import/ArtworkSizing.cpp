@@ -2,7 +2,6 @@
 
 #include "imaging/ImageDecoder.h"
 #include "import/MediaKinds.h"
-#include "platform/Device.h"
 
 #include <QBuffer>
 #include <QPainter>
@@ -25,9 +24,8 @@ Shape shapeOf(const QString& kind) {
     return Shape::Untouched;
 }
 
-qreal screenScale() {
-    const qreal scale = Device::current().scale();
-    return scale > 0 ? scale : 1;
+qreal usableScale(qreal screenScale) {
+    return screenScale > 0 ? screenScale : 1;
 }
 
 // One step of the rules: the surface to make and where the whole image goes on it.
@@ -81,8 +79,7 @@ std::optional<QSizeF> boundFor(QSizeF size, Shape shape) {
 }
 
 std::optional<ArtworkSizing::Artwork> draw(const ArtworkSizing::Artwork& from, QSizeF surface,
-                                           QRectF target) {
-    const qreal scale = screenScale();
+                                           QRectF target, qreal scale) {
     const QSize pixels(int(std::ceil(surface.width() * scale - 1e-6)),
                        int(std::ceil(surface.height() * scale - 1e-6)));
     if (pixels.isEmpty())
@@ -110,8 +107,9 @@ QSizeF ArtworkSizing::sizeFor(QSizeF points, const QString& mediaKind) {
     return boundFor(points, shape).value_or(points);
 }
 
-std::optional<ArtworkSizing::Artwork> ArtworkSizing::sized(const Artwork& artwork,
-                                                           const QString& mediaKind) {
+std::optional<ArtworkSizing::Artwork>
+ArtworkSizing::sized(const Artwork& artwork, const QString& mediaKind, qreal screenScale) {
+    const qreal scale = usableScale(screenScale);
     if (artwork.image.isNull())
         return std::nullopt;
     const Shape shape = shapeOf(mediaKind);
@@ -119,13 +117,13 @@ std::optional<ArtworkSizing::Artwork> ArtworkSizing::sized(const Artwork& artwor
         return artwork;
     Artwork result = artwork;
     if (const auto crop = cropFor(result.points, shape)) {
-        const auto cropped = draw(result, crop->surface, crop->target);
+        const auto cropped = draw(result, crop->surface, crop->target, scale);
         if (!cropped)
             return std::nullopt;
         result = *cropped;
     }
     if (const auto bound = boundFor(result.points, shape)) {
-        const auto scaled = draw(result, *bound, QRectF(QPointF(0, 0), *bound));
+        const auto scaled = draw(result, *bound, QRectF(QPointF(0, 0), *bound), scale);
         if (!scaled)
             return std::nullopt;
         result = *scaled;
@@ -133,13 +131,16 @@ std::optional<ArtworkSizing::Artwork> ArtworkSizing::sized(const Artwork& artwor
     return result;
 }
 
-QImage ArtworkSizing::resizeImagePropotionaly(const QImage& image, const QString& mediaKind) {
-    const auto result = sized(Artwork{image, image.deviceIndependentSize()}, mediaKind);
+QImage ArtworkSizing::resizeImagePropotionaly(const QImage& image, const QString& mediaKind,
+                                              qreal screenScale) {
+    const auto result =
+        sized(Artwork{image, image.deviceIndependentSize()}, mediaKind, screenScale);
     return result ? result->image : QImage();
 }
 
 Result<ArtworkSizing::Jpeg> ArtworkSizing::sizedJpeg(const QByteArray& bytes,
-                                                     const QString& mediaKind, int quality) {
+                                                     const QString& mediaKind, int quality,
+                                                     qreal screenScale) {
     const Result<ImageDecoder::Header> header = ImageDecoder::header(bytes);
     if (!header)
         return header.failure();
@@ -150,7 +151,7 @@ Result<ArtworkSizing::Jpeg> ArtworkSizing::sizedJpeg(const QByteArray& bytes,
     ImageDecoder::Request request;
     const Shape shape = shapeOf(mediaKind);
     if (shape != Shape::Untouched) {
-        const QSizeF target = sizeFor(QSizeF(original), mediaKind) * screenScale();
+        const QSizeF target = sizeFor(QSizeF(original), mediaKind) * usableScale(screenScale);
         const auto crop = cropFor(QSizeF(original), shape);
         const QSizeF kept = crop ? crop->surface : QSizeF(original);
         // Pixels of the whole image that keep the kept part at least as large as the target.
@@ -165,7 +166,7 @@ Result<ArtworkSizing::Jpeg> ArtworkSizing::sizedJpeg(const QByteArray& bytes,
     QImage image = std::move(decoded).value();
     // The decoded pixels stand for the full point size.
     image.setDevicePixelRatio(qreal(image.width()) / original.width());
-    const auto result = sized(Artwork{image, QSizeF(original)}, mediaKind);
+    const auto result = sized(Artwork{image, QSizeF(original)}, mediaKind, screenScale);
     if (!result)
         return Failure(QStringLiteral("the artwork cannot be drawn at its size"));
 

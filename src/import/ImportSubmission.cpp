@@ -5,70 +5,91 @@
 #include "import/FileTypeIconArtwork.h"
 #include "import/IntegerValue.h"
 #include "import/MediaKinds.h"
-#include "platform/MetadataKeys.h"
 #include "platform/PathString.h"
 
 #include <cerrno>
 
 namespace tolvane {
 
-namespace {
-
-const QString imageDataKey = QStringLiteral("imageData");
-const QString isNotOpenInKey = QStringLiteral("isNotOpenIn");
-
-} // namespace
-
 ImportViewControllerDelegate::~ImportViewControllerDelegate() = default;
 
-void ImportSubmission::saveNewMetadataAndImport(QVariantMap& importDict, bool scaleArtwork,
-                                                const std::optional<EditedField>& edited) {
-    QVariantMap metadata = importDict.value(QStringLiteral("metadata")).toMap();
+void ImportSubmission::writeField(Tags& metadata, int fieldId, const QString& text) {
+    // Emptying a number field keeps the number it had.
+    const auto number = [&text](TagValue<qlonglong>& tag) {
+        if (!text.isEmpty())
+            tag = leadingInteger(text);
+    };
+    switch (fieldId) {
+    case ImportField::Track:
+        number(metadata.trackNumber);
+        break;
+    case ImportField::Title:
+        metadata.title = text;
+        break;
+    case ImportField::Artist:
+        metadata.artist = text;
+        break;
+    case ImportField::Album:
+        metadata.albumName = text;
+        break;
+    case ImportField::Genre:
+        metadata.genre = text;
+        break;
+    case ImportField::Year:
+        metadata.year = Tags::Year(text);
+        break;
+    case ImportField::PodcastName:
+        metadata.podcastName = text;
+        break;
+    case ImportField::Episode:
+        number(metadata.episodeNumber);
+        break;
+    case ImportField::Series:
+        metadata.seriesName = text;
+        break;
+    case ImportField::Season:
+        number(metadata.seasonNumber);
+        break;
+    default:
+        break;
+    }
+}
+
+void ImportSubmission::saveNewMetadataAndImport(ImportRecord& importDict, bool scaleArtwork,
+                                                const std::optional<EditedField>& edited,
+                                                qreal screenScale) {
+    Tags& metadata = importDict.metadata;
+    importDict.hasMetadata = true;
 
     if (scaleArtwork) {
         // The file type's icon only stands in for artwork on the screen; without a picture of
         // its own the copy keeps the file's own cover, or has none.
-        if (FileTypeIconArtwork::isFileTypeIcon(metadata.value(imageDataKey).toByteArray()))
-            metadata.remove(imageDataKey);
-        const QString kind = importDict.value(QStringLiteral("mediaKind")).toString();
+        const QByteArray artwork = metadata.artwork.value_or(QByteArray());
         const Result<ArtworkSizing::Jpeg> jpeg =
-            ArtworkSizing::sizedJpeg(metadata.value(imageDataKey).toByteArray(), kind, 80);
+            FileTypeIconArtwork::isFileTypeIcon(artwork)
+                ? Result<ArtworkSizing::Jpeg>(Failure(QStringLiteral("no artwork of its own")))
+                : ArtworkSizing::sizedJpeg(artwork, importDict.kind(), 80, screenScale);
         // Missing or undecodable artwork is submitted as no artwork.
         ignoreFailure(jpeg, "artwork that cannot be sized is left out of the import");
-        if (jpeg)
-            metadata.insert(imageDataKey, jpeg->bytes);
-        else
-            metadata.remove(imageDataKey);
+        metadata.artwork = jpeg ? std::optional(jpeg->bytes) : std::nullopt;
     }
 
-    if (edited && edited->fieldId >= 0 && edited->fieldId < 10) {
-        const ImportField& field = MediaKinds::field(edited->fieldId);
-        switch (field.storage) {
-        case FieldStorage::Integer:
-            // Emptying a number field keeps the number it had.
-            if (!edited->text.isEmpty())
-                metadata.insert(field.metadataKey, leadingInteger(edited->text));
-            break;
-        case FieldStorage::Text:
-        case FieldStorage::TypedText:
-            metadata.insert(field.metadataKey, edited->text);
-            break;
-        }
-    }
-
-    importDict.insert(QStringLiteral("metadata"), metadata);
+    if (edited)
+        writeField(metadata, edited->fieldId, edited->text);
 }
 
-Result<LibraryItem> ImportSubmission::submit(QVariantMap& importDict,
-                                             const std::optional<EditedField>& edited) {
-    saveNewMetadataAndImport(importDict, true, edited);
+Result<LibraryItem> ImportSubmission::submit(ImportRecord& importDict,
+                                             const std::optional<EditedField>& edited,
+                                             qreal screenScale) {
+    saveNewMetadataAndImport(importDict, true, edited, screenScale);
     return MediaLibraryImportService::importFileWithDictionary(importDict);
 }
 
-void ImportSubmission::finish(QVariantMap& importDict, ImportViewControllerDelegate* delegate,
+void ImportSubmission::finish(std::optional<ImportRecord>& importDict,
+                              ImportViewControllerDelegate* delegate,
                               const std::function<void()>& sendToBackground) {
-    const bool recordedDownload = importDict.contains(isNotOpenInKey);
-    importDict.clear();
+    const bool recordedDownload = importDict && importDict->isNotOpenIn;
+    importDict.reset();
     if (delegate) {
         if (!recordedDownload)
             delegate->ImportViewControllerDidStart();
@@ -78,44 +99,28 @@ void ImportSubmission::finish(QVariantMap& importDict, ImportViewControllerDeleg
         sendToBackground();
 }
 
-QString ImportSubmission::cancelPath(const QVariantMap& importDict) {
-    if (importDict.contains(isNotOpenInKey))
+QString ImportSubmission::cancelPath(const ImportRecord& importDict) {
+    if (importDict.isNotOpenIn)
         return QString();
-    return importDict.value(QStringLiteral("path")).toString();
+    return importDict.path.value_or(QString());
 }
 
-QString ImportSubmission::shownYear(const QVariantMap& importDict) {
+QString ImportSubmission::shownYear(const Tags& metadata) {
     // The date as text, as a format's "%@" prints it: nothing, or no text for a value that is
     // not one, still asks the date finder (which then gives this year).
-    const QVariant date =
-        importDict.value(QStringLiteral("metadata")).toMap().value(AVMetadataCommonKeyCreationDate);
-    QString text;
-    if (date.isValid() && !date.isNull()) {
-        switch (date.typeId()) {
-        case QMetaType::QVariantMap:
-        case QMetaType::QVariantList:
-        case QMetaType::QByteArray:
-            break;
-        default:
-            text = date.toString();
-            break;
-        }
-    }
-    return getYear(text).value_or(QString());
+    return getYear(metadata.creationDate.value_or(QString())).value_or(QString());
 }
 
-void ImportSubmission::writeShownYear(QVariantMap& importDict) {
-    QVariantMap metadata = importDict.value(QStringLiteral("metadata")).toMap();
-    const qlonglong shown = leadingInteger(shownYear(importDict));
+void ImportSubmission::writeShownYear(Tags& metadata) {
+    const qlonglong shown = leadingInteger(shownYear(metadata));
     if (shown > 0 && shown < 10000)
-        metadata.insert(QStringLiteral("year"), shown);
+        metadata.year = Tags::Year(shown);
     else
-        metadata.remove(QStringLiteral("year"));
-    importDict.insert(QStringLiteral("metadata"), metadata);
+        metadata.year.reset();
 }
 
-QString ImportSubmission::failureText(const Failure& failure, const QVariantMap& importDict) {
-    const QString source = importDict.value(QStringLiteral("path")).toString();
+QString ImportSubmission::failureText(const Failure& failure, const ImportRecord& importDict) {
+    const QString source = importDict.path.value_or(QString());
     const QString name = PathString::lastPathComponent(source);
     switch (failure.systemError()) {
     case ENOSPC:

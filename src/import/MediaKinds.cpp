@@ -2,7 +2,6 @@
 
 #include "platform/CurrentYear.h"
 #include "platform/Localisation.h"
-#include "platform/MetadataKeys.h"
 
 #include <array>
 
@@ -34,36 +33,29 @@ const std::array<KindName, 6> kindNames{{
 
 const std::array<ImportField, 10>& fieldTable() {
     static const std::array<ImportField, 10> fields{{
-        {ImportField::Track, "Track", "Track Number", QStringLiteral("trackNumber"),
-         FieldInput::NumberPad, FieldStorage::Integer},
-        {ImportField::Title, "Title", "Media Title", AVMetadataCommonKeyTitle, FieldInput::Default,
-         FieldStorage::Text},
-        {ImportField::Artist, "Artist", "Artist Name", AVMetadataCommonKeyArtist,
-         FieldInput::Default, FieldStorage::Text},
-        {ImportField::Album, "Album", "Album Name", AVMetadataCommonKeyAlbumName,
-         FieldInput::Default, FieldStorage::Text},
-        {ImportField::Genre, "Genre", "Genre", AVMetadataCommonKeyType, FieldInput::Default,
-         FieldStorage::Text},
-        {ImportField::Year, "Year", "", QStringLiteral("year"), FieldInput::NumberPad,
-         FieldStorage::TypedText},
-        {ImportField::PodcastName, "Name", "Podcast Name", QStringLiteral("podcastName"),
-         FieldInput::Default, FieldStorage::Text},
-        {ImportField::Episode, "Episode", "1", QStringLiteral("episodeNumber"),
-         FieldInput::NumberPad, FieldStorage::Integer},
-        {ImportField::Series, "Series", "Series Name", QStringLiteral("seriesName"),
-         FieldInput::Default, FieldStorage::Text},
-        {ImportField::Season, "Season", "1", QStringLiteral("seasonNumber"), FieldInput::NumberPad,
-         FieldStorage::Integer},
+        {ImportField::Track, "Track", "Track Number", FieldInput::NumberPad, FieldStorage::Integer},
+        {ImportField::Title, "Title", "Media Title", FieldInput::Default, FieldStorage::Text},
+        {ImportField::Artist, "Artist", "Artist Name", FieldInput::Default, FieldStorage::Text},
+        {ImportField::Album, "Album", "Album Name", FieldInput::Default, FieldStorage::Text},
+        {ImportField::Genre, "Genre", "Genre", FieldInput::Default, FieldStorage::Text},
+        {ImportField::Year, "Year", "", FieldInput::NumberPad, FieldStorage::TypedText},
+        {ImportField::PodcastName, "Name", "Podcast Name", FieldInput::Default, FieldStorage::Text},
+        {ImportField::Episode, "Episode", "1", FieldInput::NumberPad, FieldStorage::Integer},
+        {ImportField::Series, "Series", "Series Name", FieldInput::Default, FieldStorage::Text},
+        {ImportField::Season, "Season", "1", FieldInput::NumberPad, FieldStorage::Integer},
     }};
     return fields;
 }
 
-// The stored number as text, when the metadata holds one under the key.
-std::optional<QString> storedNumber(const QVariantMap& metadata, const QString& key) {
-    const QVariant value = metadata.value(key);
-    if (!value.isValid() || value.isNull())
-        return std::nullopt;
-    return value.toString();
+// The stored number as text, when the metadata holds one, as it was given.
+std::optional<QString> storedNumber(const TagValue<qlonglong>& tag) {
+    if (tag.given()) {
+        const QVariant& given = *tag.given();
+        if (!given.isValid() || given.isNull())
+            return std::nullopt;
+        return given.toString();
+    }
+    return tag ? std::optional(QString::number(*tag)) : std::nullopt;
 }
 
 } // namespace
@@ -112,7 +104,7 @@ const ImportField& MediaKinds::field(int id) {
     return fields.at(size_t(qBound(0, id, int(fields.size()) - 1)));
 }
 
-QString MediaKinds::placeholder(int id, const QString& kind, const QVariantMap& metadata) {
+QString MediaKinds::placeholder(int id, const QString& kind, const Tags& metadata) {
     switch (id) {
     case ImportField::Title:
         if (kind == tvEpisode)
@@ -124,12 +116,12 @@ QString MediaKinds::placeholder(int id, const QString& kind, const QVariantMap& 
         return QString::number(currentYear());
     case ImportField::Episode:
         if (kind == tvEpisode) {
-            if (auto stored = storedNumber(metadata, QStringLiteral("episodeNumber")))
+            if (auto stored = storedNumber(metadata.episodeNumber))
                 return *stored;
         }
         return localized("1");
     case ImportField::Season:
-        return storedNumber(metadata, QStringLiteral("seasonNumber")).value_or(localized("1"));
+        return storedNumber(metadata.seasonNumber).value_or(localized("1"));
     default:
         return localized(field(id).placeholder);
     }

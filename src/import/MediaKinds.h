@@ -1,5 +1,7 @@
 #pragma once
 
+#include "import/Tags.h"
+
 #include <QList>
 #include <QString>
 #include <QVariantMap>
@@ -12,7 +14,8 @@ namespace tolvane {
 enum class FieldInput { Default, NumberPad };
 enum class FieldStorage { Text, Integer, TypedText };
 
-// One editable tag of the import editor. The id is the tag the editor puts on the field.
+// One editable tag of the import editor. The id is the tag the editor puts on the field; the
+// tag it edits is the one of Tags the id names.
 struct ImportField {
     enum Id {
         Track = 0,
@@ -30,7 +33,6 @@ struct ImportField {
     int id;
     const char* label;
     const char* placeholder;
-    QString metadataKey;
     FieldInput input;
     FieldStorage storage;
 };
@@ -52,7 +54,7 @@ public:
     static const ImportField& field(int id);
     // The placeholder as the kind shows it, localised: the title's depends on the kind, the
     // year's is the current year; Episode and Season show the stored number when there is one.
-    static QString placeholder(int id, const QString& kind, const QVariantMap& metadata);
+    static QString placeholder(int id, const QString& kind, const Tags& metadata);
 
     static const QString song;
     static const QString musicVideo;

@@ -19,7 +19,8 @@ std::shared_ptr<MediaLibraryImporter> installed;
 
 MediaLibraryImporter::~MediaLibraryImporter() = default;
 
-Result<LibraryItem> MediaLibraryImportService::importFileWithDictionary(const QVariantMap& record) {
+Result<LibraryItem>
+MediaLibraryImportService::importFileWithDictionary(const ImportRecord& record) {
     return importer()->importFile(record);
 }
 
@@ -38,17 +39,14 @@ std::shared_ptr<MediaLibraryImporter> MediaLibraryImportService::importer() {
     return std::make_shared<MediaLibrary>(MediaLibrary::defaultFolder());
 }
 
-Result<LibraryItem> LoggingImporter::importFile(const QVariantMap& record) {
-    QVariantMap shown = record;
-    QVariantMap metadata = shown.value(QStringLiteral("metadata")).toMap();
-    const QString imageData = QStringLiteral("imageData");
-    if (metadata.contains(imageData))
-        metadata.insert(
-            imageData,
-            QStringLiteral("<%1 bytes>").arg(metadata.value(imageData).toByteArray().size()));
-    shown.insert(QStringLiteral("metadata"), metadata);
-    qCInfo(logImport).noquote() << "import" << shown;
-    return LibraryItem{record.value(QStringLiteral("path")).toString(), -1, true};
+Result<LibraryItem> LoggingImporter::importFile(const ImportRecord& record) {
+    // The artwork is shown by its size only.
+    ImportRecord shown = record;
+    if (record.metadata.artwork)
+        shown.metadata.artwork = TagValue<QByteArray>::read(
+            std::nullopt, QStringLiteral("<%1 bytes>").arg(record.metadata.artwork->size()));
+    qCInfo(logImport).noquote() << "import" << shown.toDictionary();
+    return LibraryItem{record.path.value_or(QString()), -1, true};
 }
 
 } // namespace tolvane

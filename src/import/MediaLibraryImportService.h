@@ -1,9 +1,9 @@
 #pragma once
 
+#include "import/ImportRecord.h"
 #include "platform/Result.h"
 
 #include <QString>
-#include <QVariantMap>
 
 #include <memory>
 
@@ -18,19 +18,19 @@ struct LibraryItem {
     bool tagged = true;
 };
 
-// Something that takes an import record ({"mediaKind", "path", "metadata", ...}) into a
-// media library. Implementations are called from worker threads.
+// Something that takes an import record into a media library. Implementations are called from
+// worker threads.
 class MediaLibraryImporter {
 public:
     virtual ~MediaLibraryImporter();
-    virtual Result<LibraryItem> importFile(const QVariantMap& record) = 0;
+    virtual Result<LibraryItem> importFile(const ImportRecord& record) = 0;
 };
 
 // The one entry point the editor and tolvane-cli use. Behind it is the media library in the
 // user's folder unless another importer was installed.
 class MediaLibraryImportService {
 public:
-    static Result<LibraryItem> importFileWithDictionary(const QVariantMap& record);
+    static Result<LibraryItem> importFileWithDictionary(const ImportRecord& record);
     // Installs an importer for every later call; a null one restores the media library.
     static void setImporter(std::shared_ptr<MediaLibraryImporter> importer);
     static std::shared_ptr<MediaLibraryImporter> importer();
@@ -39,7 +39,7 @@ public:
 // Prints each record it is given and imports nothing: for runs that must not touch a library.
 class LoggingImporter : public MediaLibraryImporter {
 public:
-    Result<LibraryItem> importFile(const QVariantMap& record) override;
+    Result<LibraryItem> importFile(const ImportRecord& record) override;
 };
 
 } // namespace tolvane

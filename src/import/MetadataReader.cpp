@@ -15,10 +15,6 @@ namespace tolvane {
 
 namespace {
 
-const QString imageDataKey = QStringLiteral("imageData");
-const QString trackNumberKey = QStringLiteral("trackNumber");
-const QString trackCountKey = QStringLiteral("trackCount");
-
 bool isString(const QVariant& value) {
     return value.typeId() == QMetaType::QString;
 }
@@ -40,36 +36,39 @@ bool isNumber(const QVariant& value) {
 
 // Artwork only from ID3 and iTunes items: the bytes themselves, or the "data" of a picture
 // frame dictionary.
-void applyArtworkRule(const MetadataItem& item, QVariantMap& metadata) {
+void applyArtworkRule(const MetadataItem& item, Tags& tags) {
     if (item.keySpace != AVMetadataKeySpaceID3 && item.keySpace != AVMetadataKeySpaceiTunes)
         return;
     if (item.value.typeId() == QMetaType::QByteArray) {
-        metadata.insert(imageDataKey, item.value);
+        tags.artwork = item.value.toByteArray();
         return;
     }
     if (item.value.typeId() == QMetaType::QVariantMap) {
+        // An ID3 picture frame arrives as {"data": bytes}; its data is stored as it is.
         const QVariant data = item.value.toMap().value(QStringLiteral("data"));
         if (data.isValid() && !data.isNull())
-            metadata.insert(imageDataKey, data);
+            tags.artwork = TagValue<QByteArray>::read(data.typeId() == QMetaType::QByteArray
+                                                          ? std::optional(data.toByteArray())
+                                                          : std::nullopt,
+                                                      data);
     }
 }
 
-void readId3TrackFrame(const QVariant& value, QVariantMap& metadata) {
-    if (isString(value)) {
-        metadata.insert(trackNumberKey, qMax<qlonglong>(1, leadingInteger(value.toString())));
-    } else if (isNumber(value)) {
-        metadata.insert(trackNumberKey, value.toLongLong() >= 1 ? value : QVariant(1));
-    }
+void readId3TrackFrame(const QVariant& value, Tags& tags) {
+    if (isString(value))
+        tags.trackNumber = qMax<qlonglong>(1, leadingInteger(value.toString()));
+    else if (isNumber(value))
+        tags.trackNumber = qMax<qlonglong>(1, value.toLongLong());
 }
 
-void readiTunesTrackAtom(const QByteArray& dataValue, QVariantMap& metadata) {
+void readiTunesTrackAtom(const QByteArray& dataValue, Tags& tags) {
     std::array<unsigned char, 8> atom{};
     std::copy_n(dataValue.constData(), std::min<qsizetype>(dataValue.size(), 8), atom.begin());
     const auto field = [&atom](size_t at) { return qint16(quint16(atom[at] << 8 | atom[at + 1])); };
     if (atom[2] || atom[3])
-        metadata.insert(trackNumberKey, qMax<int>(1, field(2)));
+        tags.trackNumber = qMax<qlonglong>(1, field(2));
     if (atom[4] || atom[5])
-        metadata.insert(trackCountKey, qMax<int>(1, field(4)));
+        tags.trackCount = qMax<qlonglong>(1, field(4));
 }
 
 } // namespace
@@ -97,10 +96,10 @@ std::optional<QString> MetadataReader::keyText(const QVariant& key) {
     return QString::fromLatin1(bytes);
 }
 
-std::optional<QVariantMap> MetadataReader::_metadataForAsset(const MediaAsset* asset) {
+std::optional<Tags> MetadataReader::_metadataForAsset(const MediaAsset* asset) {
     if (!asset)
         return std::nullopt;
-    QVariantMap metadata;
+    Tags metadata;
 
     for (const MetadataItem& item : asset->commonMetadata()) {
         if (!item.value.isValid() || item.commonKey.isNull())
@@ -108,7 +107,7 @@ std::optional<QVariantMap> MetadataReader::_metadataForAsset(const MediaAsset* a
         if (item.commonKey == AVMetadataCommonKeyArtwork)
             applyArtworkRule(item, metadata);
         else if (isString(item.value))
-            metadata.insert(item.commonKey, item.value);
+            metadata.setValue(item.commonKey, item.value);
     }
 
     for (const QString& format : asset->availableMetadataFormats()) {
@@ -130,7 +129,7 @@ std::optional<QVariantMap> MetadataReader::_metadataForAsset(const MediaAsset* a
             if (item.commonKey == AVMetadataCommonKeyArtwork)
                 applyArtworkRule(item, metadata);
             else if (isString(item.value) || isNumber(item.value))
-                metadata.insert(item.commonKey, item.value);
+                metadata.setValue(item.commonKey, item.value);
         }
     }
 
@@ -138,24 +137,31 @@ std::optional<QVariantMap> MetadataReader::_metadataForAsset(const MediaAsset* a
         seconds && std::isfinite(*seconds) && *seconds > 0) {
         const double ms = std::trunc(*seconds * 1000.0);
         if (ms >= 1 && ms < 1.8e19)
-            metadata.insert(QStringLiteral("duration"), qulonglong(ms));
+            metadata.duration = qulonglong(ms);
     }
 
-    if (metadata.value(AVMetadataCommonKeyTitle).toString().isEmpty()) {
+    if (metadata.title.value_or(QString()).isEmpty()) {
         QString name = PathString::lastPathComponent(asset->path());
         const QString extension = PathString::pathExtension(name);
         if (!extension.isEmpty())
             name.chop(extension.size() + 1);
-        metadata.insert(AVMetadataCommonKeyTitle, name);
+        metadata.title = name;
     }
     return metadata;
 }
 
-Result<QVariantMap> MetadataReader::metadataForFile(const QString& path) {
+Result<Tags> MetadataReader::tagsForFile(const QString& path) {
     const TagLibAsset asset(path);
     if (!asset.readable() && QFileInfo::exists(path))
         return asset.readable().failure();
-    return _metadataForAsset(&asset).value_or(QVariantMap());
+    return _metadataForAsset(&asset).value_or(Tags());
+}
+
+Result<QVariantMap> MetadataReader::metadataForFile(const QString& path) {
+    const Result<Tags> tags = tagsForFile(path);
+    if (!tags)
+        return tags.failure();
+    return tags->toDictionary();
 }
 
 } // namespace tolvane

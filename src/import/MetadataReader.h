@@ -1,5 +1,6 @@
 #pragma once
 
+#include "import/Tags.h"
 #include "platform/Result.h"
 
 #include <QVariantMap>
@@ -10,16 +11,17 @@ namespace tolvane {
 
 class MediaAsset;
 
-// Turns the tags of an opened media file into a flat metadata dictionary: the common keys,
-// "imageData", "trackNumber", "trackCount", "duration" (milliseconds) and a title that falls
-// back to the file name.
+// Reads the tags of an opened media file: the common ones, the artwork, the track number and
+// count, the duration and a title that falls back to the file name.
 class MetadataReader {
 public:
     // Nothing only for a null asset.
-    static std::optional<QVariantMap> _metadataForAsset(const MediaAsset* asset);
+    static std::optional<Tags> _metadataForAsset(const MediaAsset* asset);
     // Opens the file with the tag library and reads it. A file that cannot be parsed, or is
     // missing, has no tags and only the title its name gives; a path that names something other
     // than an ordinary file (a folder, a FIFO, a device, a /proc file) is a failure.
+    static Result<Tags> tagsForFile(const QString& path);
+    // The same as a metadata dictionary, for those who pass it on as one.
     static Result<QVariantMap> metadataForFile(const QString& path);
 
     // The text of an item key: a string as it is; a number as its four bytes, most

@@ -40,9 +40,11 @@
 #include <QMutex>
 #include <QPointer>
 #include <QPushButton>
+#include <QSemaphore>
 #include <QTemporaryDir>
 #include <QTest>
 #include <QThread>
+#include <QThreadPool>
 #include <QToolButton>
 
 #include <memory>
@@ -55,11 +57,11 @@ namespace {
 // Takes the records the editor submits, as the media library would, and keeps them.
 class RecordingImporter : public MediaLibraryImporter {
 public:
-    Result<LibraryItem> importFile(const QVariantMap& record) override {
+    Result<LibraryItem> importFile(const ImportRecord& record) override {
         QMutexLocker lock(&m_mutex);
-        m_records.append(record);
+        m_records.append(record.toDictionary());
         m_offMainThread = QThread::currentThread() != QCoreApplication::instance()->thread();
-        return LibraryItem{record.value(s("path")).toString(), 1, true};
+        return LibraryItem{record.path.value_or(QString()), 1, true};
     }
     QList<QVariantMap> records() {
         QMutexLocker lock(&m_mutex);
@@ -92,7 +94,9 @@ struct OpenEditor {
     QPointer<ImportViewController> editor;
 };
 
-std::unique_ptr<OpenEditor> present(ImportViewController* editor, QSize size) {
+// Unless told not to, it waits for the file's tags to be read and shown.
+std::unique_ptr<OpenEditor> present(ImportViewController* editor, QSize size,
+                                    bool untilRecordRead = true) {
     auto open = std::make_unique<OpenEditor>();
     open->window = std::make_unique<MainWindow>();
     auto* root = new Screen;
@@ -106,6 +110,8 @@ std::unique_ptr<OpenEditor> present(ImportViewController* editor, QSize size) {
     if (!root->presentViewController(open->navigation, false))
         return nullptr;
     QCoreApplication::processEvents();
+    if (untilRecordRead && !QTest::qWaitFor([editor] { return !editor->isReadingRecord(); }))
+        return nullptr;
     return open;
 }
 
@@ -180,6 +186,7 @@ private Q_SLOTS:
     void typingCommitsEachKeystroke_data();
     void typingCommitsEachKeystroke();
     void kindSwitchKeepsTexts();
+    void tagsArrivingKeepTypedFields();
     void importSubmits_data();
     void importSubmits();
     void importFailureIsTold_data();
@@ -386,6 +393,39 @@ void TestEditor::typingCommitsEachKeystroke() {
     QVERIFY(editor->currentTextField() != field);
 }
 
+void TestEditor::tagsArrivingKeepTypedFields() {
+    ScopedDevice device(Idiom::Phone, QSizeF(390, 760), 2);
+    // Every worker busy: the file's tags cannot arrive before the user has typed.
+    QThreadPool* pool = QThreadPool::globalInstance();
+    QSemaphore release;
+    for (int i = 0; i < pool->maxThreadCount(); ++i)
+        pool->start([&release] { release.acquire(); });
+    auto* editor = new ImportViewController(
+        QVariantMap{{s("path"), m_song}, {s("metadata"), QVariantMap{{s("title"), s("x.mp3")}}}});
+    const auto open = present(editor, QSize(390, 760), false);
+    if (!open)
+        release.release(pool->maxThreadCount());
+    QVERIFY(open);
+    QVERIFY(editor->isReadingRecord());
+    QCOMPARE(fieldRow(editor, 1)->textField()->text(), s("x.mp3"));
+    QCOMPARE(fieldRow(editor, 4)->textField()->text(), s("Music"));
+
+    ImportTextField* title = fieldRow(editor, 1)->textField();
+    title->setFocus();
+    title->selectAll();
+    QTest::keyClicks(title, s("Typed"));
+    release.release(pool->maxThreadCount());
+    QTRY_VERIFY(!editor->isReadingRecord());
+
+    // The typed title stays, on the screen and in the record; the genre the user did not touch
+    // is the file's.
+    QCOMPARE(fieldRow(editor, 1)->textField()->text(), s("Typed"));
+    QCOMPARE(metadataOf(editor).value(s("title")), QVariant(s("Typed")));
+    QCOMPARE(fieldRow(editor, 4)->textField()->text(), s("Folk"));
+    QCOMPARE(metadataOf(editor).value(s("type")), QVariant(s("Folk")));
+    QVERIFY(metadataOf(editor).contains(s("imageData")));
+}
+
 void TestEditor::kindSwitchKeepsTexts() {
     ScopedDevice device(Idiom::Phone, QSizeF(390, 760), 2);
     auto* editor = new ImportViewController(
@@ -558,9 +598,10 @@ void TestEditor::importFailureIsTold() {
         const QString small = first.filePath(s("small.mp3"));
         QVERIFY(QFile::copy(s(TOLVANE_MEDIA_FIXTURES "/id3v23.mp3"), small));
         QVERIFY(libraryAt
-                    ->importFile({{s("path"), small},
-                                  {s("mediaKind"), s("song")},
-                                  {s("metadata"), QVariantMap{{s("title"), s("Small")}}}})
+                    ->importFile(ImportRecord::fromDictionary(
+                        {{s("path"), small},
+                         {s("mediaKind"), s("song")},
+                         {s("metadata"), QVariantMap{{s("title"), s("Small")}}}}))
                     .ok());
         QFile filler(mount.filePath(s("filler")));
         QVERIFY(filler.open(QIODevice::WriteOnly));
@@ -698,7 +739,7 @@ void TestEditor::artworkSearchTerm_data() {
 void TestEditor::artworkSearchTerm() {
     QFETCH(QVariantMap, metadata);
     QFETCH(QString, term);
-    QCOMPARE(ImportViewController::artworkSearchTerm(metadata), term);
+    QCOMPARE(ImportViewController::artworkSearchTerm(Tags::fromDictionary(metadata)), term);
 }
 
 void TestEditor::artworkFromWebSearch_data() {

@@ -85,7 +85,32 @@ private Q_SLOTS:
     void artworkSizing_data();
     void artworkSizing();
     void artworkFromBytes();
+    void recordRoundTrip_data();
+    void recordRoundTrip();
+    void fieldSetAgainIsWrittenTyped();
 };
+
+// The same dictionary, value types included (QVariant's own == takes 3 and "3"... as equal
+// numbers, and int 3 and 3.0 too).
+bool sameDictionary(const QVariantMap& a, const QVariantMap& b, QString* where) {
+    if (a.keys() != b.keys()) {
+        *where = a.keys().join(u',') + s(" / ") + b.keys().join(u',');
+        return false;
+    }
+    for (auto it = a.cbegin(); it != a.cend(); ++it) {
+        const QVariant& other = b.value(it.key());
+        const bool same = it->typeId() == QMetaType::QVariantMap
+                              ? other.typeId() == QMetaType::QVariantMap &&
+                                    sameDictionary(it->toMap(), other.toMap(), where)
+                              : it->typeId() == other.typeId() && *it == other;
+        if (!same) {
+            if (where->isEmpty())
+                *where = it.key();
+            return false;
+        }
+    }
+    return true;
+}
 
 void TestImport::kinds_data() {
     QTest::addColumn<QString>("kind");
@@ -219,11 +244,11 @@ void TestImport::readingRules() {
     ListedAsset asset;
     asset.common = common;
     asset.formats = {{s("first"), formatItems}};
-    QCOMPARE(MetadataReader::_metadataForAsset(&asset).value(), expected);
+    QCOMPARE(MetadataReader::_metadataForAsset(&asset)->toDictionary(), expected);
 
     asset.seconds = 3.0219;
     expected.insert(s("duration"), qulonglong(3021));
-    QCOMPARE(MetadataReader::_metadataForAsset(&asset).value(), expected);
+    QCOMPARE(MetadataReader::_metadataForAsset(&asset)->toDictionary(), expected);
     QVERIFY(!MetadataReader::_metadataForAsset(nullptr));
 }
 
@@ -373,7 +398,7 @@ void TestImport::handoffRecord() {
             it.value() = untagged;
     }
 
-    const QVariantMap record = ImportRecord::fromHandoffRecord(handoff, kind);
+    const QVariantMap record = ImportRecord::fromHandoffRecord(handoff, kind).toDictionary();
     QCOMPARE(record.value(s("mediaKind")).toString(), kind.isEmpty() ? s("song") : kind);
     QCOMPARE(record.value(s("isNotOpenIn")).toInt(), 1);
     QCOMPARE(record.value(s("path")), handoff.value(s("filePath")));
@@ -419,7 +444,7 @@ void TestImport::wholeRecord() {
     QFETCH(QVariantMap, given);
     QFETCH(QVariantMap, expectedMetadata);
     QFETCH(QString, kind);
-    const QVariantMap record = ImportRecord::fromWholeRecord(given);
+    const QVariantMap record = ImportRecord::fromWholeRecord(given).toDictionary();
     QCOMPARE(record.value(s("mediaKind")).toString(), kind);
     QVERIFY(!record.contains(s("isNotOpenIn")));
     QCOMPARE(record.value(s("extra")), given.value(s("extra")));
@@ -468,21 +493,19 @@ void TestImport::artworkSizing() {
     QFETCH(QSizeF, points);
     QFETCH(QSize, pixels);
     QFETCH(bool, sameImage);
-    ScopedDevice device(Idiom::Phone, QSizeF(375, 667), scale);
     QImage image(input, QImage::Format_RGB32);
     image.fill(Qt::darkCyan);
-    const auto sized = ArtworkSizing::sized({image, QSizeF(input)}, kind);
+    const auto sized = ArtworkSizing::sized({image, QSizeF(input)}, kind, scale);
     QVERIFY(sized);
     QVERIFY(std::abs(sized->points.width() - points.width()) < 0.01);
     QVERIFY(std::abs(sized->points.height() - points.height()) < 0.01);
     QCOMPARE(sized->image.size(), pixels);
     QCOMPARE(sized->image.cacheKey() == image.cacheKey(), sameImage);
     QCOMPARE(ArtworkSizing::sizeFor(QSizeF(input), kind), sized->points);
-    QVERIFY(ArtworkSizing::resizeImagePropotionaly(QImage(), kind).isNull());
+    QVERIFY(ArtworkSizing::resizeImagePropotionaly(QImage(), kind, scale).isNull());
 }
 
 void TestImport::artworkFromBytes() {
-    ScopedDevice device(Idiom::Phone, QSizeF(375, 667), 1);
     // Left half red, right half blue: the centre crop of a wide cover keeps both.
     QImage cover(3000, 2000, QImage::Format_RGB32);
     cover.fill(Qt::red);
@@ -493,7 +516,7 @@ void TestImport::artworkFromBytes() {
     QBuffer buffer(&bytes);
     buffer.open(QIODevice::WriteOnly);
     QVERIFY(cover.save(&buffer, "JPEG", 90));
-    const Result<ArtworkSizing::Jpeg> jpeg = ArtworkSizing::sizedJpeg(bytes, s("song"), 80);
+    const Result<ArtworkSizing::Jpeg> jpeg = ArtworkSizing::sizedJpeg(bytes, s("song"), 80, 1);
     QVERIFY2(jpeg.ok(), qPrintable(jpeg.errorText()));
     const QImage decoded = QImage::fromData(jpeg->bytes, "JPEG");
     QCOMPARE(decoded.size(), QSize(500, 500));
@@ -501,7 +524,125 @@ void TestImport::artworkFromBytes() {
     QCOMPARE(jpeg->points, QSizeF(500, 500));
     QVERIFY(qRed(decoded.pixel(100, 250)) > 200 && qBlue(decoded.pixel(100, 250)) < 60);
     QVERIFY(qBlue(decoded.pixel(400, 250)) > 200 && qRed(decoded.pixel(400, 250)) < 60);
-    QVERIFY(!ArtworkSizing::sizedJpeg("not an image", s("song")).ok());
+    QVERIFY(!ArtworkSizing::sizedJpeg("not an image", s("song"), 80, 1).ok());
+}
+
+void TestImport::recordRoundTrip_data() {
+    QTest::addColumn<QVariantMap>("dictionary");
+    QTest::addColumn<QString>("kind");
+    QTest::addColumn<bool>("notOpenIn");
+
+    const QByteArray jpeg = QByteArray("\xff\xd8\xff\xe0 a picture", 15);
+    QTest::newRow("song from a recorded download")
+        << QVariantMap{{s("mediaKind"), s("song")},
+                       {s("path"), s("/var/mobile/Downloads/a.mp3")},
+                       {s("isNotOpenIn"), 1},
+                       {s("metadata"), QVariantMap{{s("title"), s("Tide")},
+                                                   {s("artist"), s("")},
+                                                   {s("albumName"), s("Charts")},
+                                                   {s("type"), s("Music")},
+                                                   {s("year"), qlonglong(2024)},
+                                                   {s("trackNumber"), 3},
+                                                   {s("trackCount"), qlonglong(12)},
+                                                   {s("duration"), qulonglong(215000)},
+                                                   {s("creationDate"), s("2024-05-01T10:00:00Z")},
+                                                   {s("imageData"), jpeg}}}}
+        << s("song") << true;
+    QTest::newRow("podcast, episode number as text")
+        << QVariantMap{{s("mediaKind"), s("podcast")},
+                       {s("path"), s("/p.m4a")},
+                       {s("metadata"), QVariantMap{{s("podcastName"), s("Open Water")},
+                                                   {s("episodeNumber"), s("7")},
+                                                   {s("type"), s("Podcast")}}}}
+        << s("podcast") << false;
+    QTest::newRow("video podcast, nothing but a title")
+        << QVariantMap{{s("mediaKind"), s("videoPodcast")},
+                       {s("metadata"), QVariantMap{{s("title"), s("Ep")}}}}
+        << s("videoPodcast") << false;
+    QTest::newRow("tv episode, season as a real number")
+        << QVariantMap{{s("mediaKind"), s("tv-episode")},
+                       {s("path"), s("/t.m4v")},
+                       {s("metadata"), QVariantMap{{s("seriesName"), s("Coastlines")},
+                                                   {s("seasonNumber"), 2.0},
+                                                   {s("episodeNumber"), qlonglong(5)}}}}
+        << s("tv-episode") << false;
+    QTest::newRow("movie, year typed as text")
+        << QVariantMap{{s("mediaKind"), s("feature-movie")},
+                       {s("path"), s("/m.mp4")},
+                       {s("metadata"),
+                        QVariantMap{{s("title"), s("Harbour.mp4")}, {s("year"), s("19x9")}}}}
+        << s("feature-movie") << false;
+    QTest::newRow("music video, imageData that is no image, or no bytes")
+        << QVariantMap{{s("mediaKind"), s("music-video")},
+                       {s("path"), s("/v.mp4")},
+                       {s("metadata"), QVariantMap{{s("imageData"), s("not bytes")},
+                                                   {s("title"), 1984},
+                                                   {s("creationDate"), 20110203}}}}
+        << s("music-video") << false;
+    QTest::newRow("music video, imageData bytes that are no image")
+        << QVariantMap{{s("mediaKind"), s("music-video")},
+                       {s("metadata"), QVariantMap{{s("imageData"), QByteArray("not an image")}}}}
+        << s("music-video") << false;
+    QTest::newRow("ringtone without metadata, keys of its own")
+        << QVariantMap{{s("mediaKind"), s("ringtone")},
+                       {s("path"), s("/r.m4r")},
+                       {s("extra"), QVariantList{1, s("two")}},
+                       {s("isNotOpenIn"), true}}
+        << s("ringtone") << true;
+    QTest::newRow("no kind, metadata that is no dictionary, unknown tags")
+        << QVariantMap{{s("metadata"), s("none")}, {s("path"), s("/x")}} << s("song") << false;
+    QTest::newRow("numbers as text that are no numbers, other common keys")
+        << QVariantMap{{s("mediaKind"), s("song")},
+                       {s("metadata"), QVariantMap{{s("trackNumber"), s("five")},
+                                                   {s("duration"), s("long")},
+                                                   {s("genre"), s("not the genre key")},
+                                                   {s("copyrights"), s("(c) Pilots")},
+                                                   {s("year"), QVariantMap{}}}}}
+        << s("song") << false;
+}
+
+void TestImport::recordRoundTrip() {
+    QFETCH(QVariantMap, dictionary);
+    QFETCH(QString, kind);
+    QFETCH(bool, notOpenIn);
+
+    const ImportRecord record = ImportRecord::fromDictionary(dictionary);
+    QCOMPARE(record.kind(), kind);
+    QCOMPARE(record.isNotOpenIn, notOpenIn);
+    QString where;
+    QVERIFY2(sameDictionary(record.toDictionary(), dictionary, &where), qPrintable(where));
+    // A copy reads the same, and a record read again from its own dictionary is the same.
+    QVERIFY(ImportRecord::fromDictionary(record.toDictionary()) == record);
+}
+
+void TestImport::fieldSetAgainIsWrittenTyped() {
+    ImportRecord record =
+        ImportRecord::fromDictionary({{s("metadata"), QVariantMap{{s("episodeNumber"), s("7")},
+                                                                  {s("seasonNumber"), 2.0},
+                                                                  {s("year"), s("1999")},
+                                                                  {s("imageData"), s("not bytes")},
+                                                                  {s("title"), 1984}}}});
+    // The typed values are read from the odd ones.
+    QCOMPARE(record.metadata.episodeNumber.value_or(0), 7);
+    QCOMPARE(record.metadata.seasonNumber.value_or(0), 2);
+    QCOMPARE(record.metadata.yearNumber().value_or(0), 1999);
+    QCOMPARE(record.metadata.title.value_or(QString()), s("1984"));
+    QVERIFY(!record.metadata.artwork);
+
+    record.metadata.episodeNumber = 7;
+    record.metadata.seasonNumber.reset();
+    record.metadata.year = Tags::Year(qlonglong(2001));
+    record.metadata.artwork = QByteArray("\x89PNG");
+    record.mediaKind = s("podcast");
+    record.isNotOpenIn = true;
+    const QVariantMap expected{{s("mediaKind"), s("podcast")},
+                               {s("isNotOpenIn"), 1},
+                               {s("metadata"), QVariantMap{{s("episodeNumber"), qlonglong(7)},
+                                                           {s("year"), qlonglong(2001)},
+                                                           {s("imageData"), QByteArray("\x89PNG")},
+                                                           {s("title"), 1984}}}};
+    QString where;
+    QVERIFY2(sameDictionary(record.toDictionary(), expected, &where), qPrintable(where));
 }
 
 QTEST_GUILESS_MAIN(TestImport)

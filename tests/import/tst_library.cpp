@@ -47,8 +47,9 @@ QByteArray sha(const QString& path) {
     return QCryptographicHash::hash(test::contents(path), QCryptographicHash::Sha256);
 }
 
-QVariantMap record(const QString& kind, const QString& path, const QVariantMap& metadata) {
-    return {{s("mediaKind"), kind}, {s("path"), path}, {s("metadata"), metadata}};
+ImportRecord record(const QString& kind, const QString& path, const QVariantMap& metadata) {
+    return ImportRecord::fromDictionary(
+        {{s("mediaKind"), kind}, {s("path"), path}, {s("metadata"), metadata}});
 }
 
 // A copy of a fixture with bytes replaced at an offset from the first occurrence of a marker
@@ -104,6 +105,8 @@ private Q_SLOTS:
     void damagedFramingIsRefused_data();
     void damagedFramingIsRefused();
     void tagWritingNeverGrowsWithoutBound();
+    void tagsReadWrittenReadBack_data();
+    void tagsReadWrittenReadBack();
     void notOrdinaryFilesAreRefused_data();
     void notOrdinaryFilesAreRefused();
     void fullAndReadOnlyLibrary();
@@ -196,13 +199,13 @@ void TestLibrary::commitField() {
     QFETCH(QString, key);
     QFETCH(QVariant, expected);
 
-    QVariantMap importDict = record(s("song"), s("/x.mp3"),
-                                    {{s("title"), s("Old")},
-                                     {s("trackNumber"), 5},
-                                     {s("year"), 2001},
-                                     {s("imageData"), s("x")}});
+    ImportRecord importDict = record(s("song"), s("/x.mp3"),
+                                     {{s("title"), s("Old")},
+                                      {s("trackNumber"), 5},
+                                      {s("year"), 2001},
+                                      {s("imageData"), s("x")}});
     ImportSubmission::saveNewMetadataAndImport(importDict, false, EditedField{field, text});
-    const QVariantMap metadata = importDict.value(s("metadata")).toMap();
+    const QVariantMap metadata = importDict.metadata.toDictionary();
     QCOMPARE(metadata.value(key), expected);
     // Without the flag the artwork is left alone, even when it is not an image.
     QCOMPARE(metadata.value(s("imageData")), QVariant(s("x")));
@@ -210,19 +213,19 @@ void TestLibrary::commitField() {
 }
 
 void TestLibrary::artworkAtSubmission() {
-    const ScopedDevice device(Idiom::Phone, QSizeF(375, 667), 2);
-    QVariantMap importDict = record(s("music-video"), s("/x.mp4"),
-                                    {{s("imageData"), test::pngBytes({1000, 1000}, Qt::darkCyan)}});
-    ImportSubmission::saveNewMetadataAndImport(importDict, true, std::nullopt);
-    QByteArray jpeg = importDict.value(s("metadata")).toMap().value(s("imageData")).toByteArray();
+    ImportRecord importDict =
+        record(s("music-video"), s("/x.mp4"),
+               {{s("imageData"), test::pngBytes({1000, 1000}, Qt::darkCyan)}});
+    ImportSubmission::saveNewMetadataAndImport(importDict, true, std::nullopt, 2);
+    QByteArray jpeg = importDict.metadata.artwork.value_or(QByteArray());
     QVERIFY(jpeg.startsWith("\xff\xd8"));
     QBuffer buffer(&jpeg);
     QCOMPARE(QImageReader(&buffer).size(), QSize(600, 341)); // 300 x 170.2 points at scale 2
 
     for (const QVariant& bad : {QVariant(QByteArray("not an image")), QVariant()}) {
         importDict = record(s("song"), s("/x.mp3"), {{s("imageData"), bad}});
-        ImportSubmission::saveNewMetadataAndImport(importDict, true, std::nullopt);
-        QVERIFY(!importDict.value(s("metadata")).toMap().contains(s("imageData")));
+        ImportSubmission::saveNewMetadataAndImport(importDict, true, std::nullopt, 2);
+        QVERIFY(!importDict.metadata.toDictionary().contains(s("imageData")));
     }
 }
 
@@ -241,17 +244,16 @@ void TestLibrary::completionOrder() {
     QFETCH(QStringList, afterImport);
     QFETCH(QString, cancelPath);
 
-    QVariantMap importDict = record(s("song"), s("/in/clip.mp4"), {});
-    if (fromDownload)
-        importDict.insert(s("isNotOpenIn"), 1);
-    QCOMPARE(ImportSubmission::cancelPath(importDict), cancelPath);
-    QCOMPARE(ImportSubmission::cancelPath(importDict).isNull(), fromDownload);
+    std::optional<ImportRecord> importDict = record(s("song"), s("/in/clip.mp4"), {});
+    importDict->isNotOpenIn = fromDownload;
+    QCOMPARE(ImportSubmission::cancelPath(*importDict), cancelPath);
+    QCOMPARE(ImportSubmission::cancelPath(*importDict).isNull(), fromDownload);
 
     RecordingDelegate delegate;
     ImportSubmission::finish(importDict, &delegate,
                              [&delegate] { delegate.calls << s("background"); });
     QCOMPARE(delegate.calls, afterImport + QStringList{s("background")});
-    QVERIFY(importDict.isEmpty());
+    QVERIFY(!importDict);
 }
 
 void TestLibrary::importFormats_data() {
@@ -315,7 +317,7 @@ void TestLibrary::importFormats() {
 void TestLibrary::sameNameAndConcurrentImports() {
     QTemporaryDir dir;
     MediaLibrary library(dir.path());
-    const QVariantMap song =
+    const ImportRecord song =
         record(s("song"), fixture("id3v24.mp3"), {{s("title"), s("Same")}, {s("artist"), s("A")}});
     constexpr int count = 6;
     QList<QFuture<Result<LibraryItem>>> running;
@@ -341,12 +343,13 @@ void TestLibrary::refusedImports_data() {
     QTest::addColumn<QString>("cause");
 
     QTest::newRow("no path") << QVariantMap{{s("mediaKind"), s("song")}} << s("no \"path\"");
-    QTest::newRow("missing file") << record(s("song"), s("/nowhere/x.mp3"), {})
+    QTest::newRow("missing file") << record(s("song"), s("/nowhere/x.mp3"), {}).toDictionary()
                                   << s("No such file");
-    QTest::newRow("folder") << record(s("song"), s(TOLVANE_MEDIA_FIXTURES), {}) << s("a folder");
+    QTest::newRow("folder") << record(s("song"), s(TOLVANE_MEDIA_FIXTURES), {}).toDictionary()
+                            << s("a folder");
     // Cut at the NUL, the path would name the fixture itself.
     QTest::newRow("NUL inside the path")
-        << record(s("song"), fixture("id3v24.mp3") + QChar(0) + s(".other"), {})
+        << record(s("song"), fixture("id3v24.mp3") + QChar(0) + s(".other"), {}).toDictionary()
         << s("holds a NUL character");
 }
 
@@ -356,7 +359,7 @@ void TestLibrary::refusedImports() {
 
     QTemporaryDir dir;
     MediaLibrary library(dir.path());
-    const Result<LibraryItem> outcome = library.importFile(given);
+    const Result<LibraryItem> outcome = library.importFile(ImportRecord::fromDictionary(given));
     QVERIFY(!outcome.ok());
     QVERIFY2(outcome.errorText().contains(cause), qPrintable(outcome.errorText()));
 
@@ -443,8 +446,9 @@ void TestLibrary::tagWritingNeverGrowsWithoutBound() {
     // is rewritten.
     QByteArray cover = test::pngBytes(QSize(4, 4), Qt::darkGreen);
     cover += QByteArray(20000, 'x');
-    const Result<TagWriter::Written> written = TagWriter::write(
-        copy, record(s("music-video"), copy, {{s("title"), s("T")}, {s("imageData"), cover}}));
+    const Result<TagWriter::Written> written =
+        TagWriter::write(copy, s("music-video"),
+                         Tags::fromDictionary({{s("title"), s("T")}, {s("imageData"), cover}}));
     QVERIFY(!written.ok());
     QVERIFY2(written.errorText().contains(s("grow past")), qPrintable(written.errorText()));
     QVERIFY(QFileInfo(copy).size() <= size + cover.size() + 256 * 1024 + 100);
@@ -454,8 +458,58 @@ void TestLibrary::tagWritingNeverGrowsWithoutBound() {
     const QString fine = dir.filePath(s("fine.m4a"));
     QVERIFY(QFile::copy(fixture("track3of10.m4a"), fine));
     const QByteArray artwork = test::pngBytes(QSize(600, 600), Qt::darkRed);
-    QVERIFY(TagWriter::write(fine, record(s("song"), fine, {{s("imageData"), artwork}})).ok());
+    Tags withArtwork;
+    withArtwork.artwork = artwork;
+    QVERIFY(TagWriter::write(fine, s("song"), withArtwork).ok());
     QVERIFY(QFileInfo(fine).size() > artwork.size());
+}
+
+void TestLibrary::tagsReadWrittenReadBack_data() {
+    QTest::addColumn<QString>("file");
+    QTest::addColumn<QString>("kind");
+    // Whether the reader finds the track number and the cover in this format.
+    QTest::addColumn<bool>("trackAndCover");
+
+    QTest::newRow("ID3v2.4") << s("id3v24.mp3") << s("song") << true;
+    QTest::newRow("ID3v2.3") << s("id3v23.mp3") << s("song") << true;
+    QTest::newRow("ID3 with a large cover") << s("big-cover.mp3") << s("podcast") << true;
+    QTest::newRow("MPEG-4 with a track atom") << s("track3of10.m4a") << s("song") << true;
+    QTest::newRow("MPEG-4 video") << s("video.m4v") << s("tv-episode") << true;
+    QTest::newRow("WAV with ID3") << s("id3.wav") << s("song") << true;
+    QTest::newRow("AIFF with ID3") << s("id3.aiff") << s("song") << true;
+    QTest::newRow("FLAC") << s("tags.flac") << s("song") << false;
+    QTest::newRow("Ogg Vorbis") << s("tags.ogg") << s("song") << false;
+}
+
+void TestLibrary::tagsReadWrittenReadBack() {
+    QFETCH(QString, file);
+    QFETCH(QString, kind);
+    QFETCH(bool, trackAndCover);
+    QTemporaryDir dir;
+    const QString copy = dir.filePath(file);
+    QVERIFY(QFile::copy(fixture(qPrintable(file)), copy));
+    QVERIFY(QFile::setPermissions(copy, QFile::ReadOwner | QFile::WriteOwner));
+
+    // What is read is written back as it was.
+    const Result<Tags> read = MetadataReader::tagsForFile(copy);
+    QVERIFY2(read.ok(), qPrintable(read.errorText()));
+    QVERIFY(read->title && read->duration);
+    QVERIFY(TagWriter::write(copy, kind, *read).ok());
+    QCOMPARE(MetadataReader::tagsForFile(copy).valueOr({}), *read);
+
+    // Changed tags are read back as they were changed.
+    Tags changed = *read;
+    changed.title = s("Tide Over Stone \u00e9");
+    changed.artist = s("The Pilots");
+    changed.albumName = s("Harbour Lights");
+    changed.genre = s("Folk");
+    if (trackAndCover) {
+        changed.trackNumber = 4;
+        changed.artwork = test::pngBytes(QSize(8, 8), Qt::darkRed);
+    }
+    QVERIFY(TagWriter::write(copy, kind, changed).ok());
+    const Tags readBack = MetadataReader::tagsForFile(copy).valueOr({});
+    QCOMPARE(readBack.toDictionary(), changed.toDictionary());
 }
 
 void TestLibrary::notOrdinaryFilesAreRefused_data() {
@@ -657,19 +711,20 @@ void TestLibrary::yearShownIsYearWritten() {
     QTemporaryDir dir;
     const QString source = dir.filePath(name);
     QVERIFY(QFile::copy(fixture(qPrintable(name)), source));
-    QVariantMap given =
-        record(s("song"), source, {{s("title"), name}, {s("artist"), s("")}, {s("year"), 2026}});
-    QVariantMap importDict = ImportRecord::fromWholeRecord(given);
-    QCOMPARE(ImportSubmission::shownYear(importDict), year);
+    const QVariantMap given =
+        record(s("song"), source, {{s("title"), name}, {s("artist"), s("")}, {s("year"), 2026}})
+            .toDictionary();
+    ImportRecord importDict = ImportRecord::fromWholeRecord(given);
+    QCOMPARE(ImportSubmission::shownYear(importDict.metadata), year);
 
-    ImportSubmission::writeShownYear(importDict);
-    ImportSubmission::saveNewMetadataAndImport(importDict, true, std::nullopt);
+    ImportSubmission::writeShownYear(importDict.metadata);
+    ImportSubmission::saveNewMetadataAndImport(importDict, true, std::nullopt, 1);
     const Result<LibraryItem> item =
         MediaLibrary(dir.filePath(s("Library"))).importFile(importDict);
     QVERIFY2(item.ok(), qPrintable(item.errorText()));
     QCOMPARE(readBack(item->path).date.left(4), year);
     // And the catalogue says the same.
-    QCOMPARE(importDict.value(s("metadata")).toMap().value(s("year")).toString(), year);
+    QCOMPARE(importDict.metadata.yearText().value_or(QString()), year);
 }
 
 void TestLibrary::valuesNotCarriedAreKept_data() {
@@ -736,10 +791,9 @@ void TestLibrary::fileTypeIconIsNeverArtwork() {
     const QByteArray sourceCover = readBack(source).picture;
     QCOMPARE(!sourceCover.isEmpty(), ownCover);
 
-    QVariantMap importDict = ImportRecord::fromHandoffRecord(
+    ImportRecord importDict = ImportRecord::fromHandoffRecord(
         {{s("filePath"), source}, {s("name"), name}, {s("icon"), s("audio.png")}}, s("song"));
-    const QByteArray shown =
-        importDict.value(s("metadata")).toMap().value(s("imageData")).toByteArray();
+    const QByteArray shown = importDict.metadata.artwork.value_or(QByteArray());
     QVERIFY(!shown.isEmpty()); // the editor shows a picture: the icon, or the file's cover
 
     const Result<LibraryItem> item = ImportSubmission::submit(importDict, std::nullopt);

@@ -220,25 +220,25 @@ Status LibraryCatalogue::describeItem(qint64 id, const Item& item) {
                      " series_name = ?, season_number = ?, episode_number = ?, metadata = ?,"
                      " duration_ms = ?, artwork_bytes = ?, artwork_width = ?, artwork_height = ?,"
                      " artwork_sha256 = ?, source_path = ? WHERE id = ?");
-    const QVariantMap& m = item.metadata;
-    const auto text = [&m](const char* key) {
-        const QVariant value = m.value(QLatin1String(key));
-        return value.isValid() ? value.toString() : QString();
+    const Tags& m = item.metadata;
+    const auto text = [](const TagValue<QString>& tag) { return tag.value_or(QString()); };
+    const auto number = [](const TagValue<qlonglong>& tag) {
+        return tag ? QVariant(*tag) : QVariant();
     };
     update.bind(1, item.path);
     update.bind(2, item.kind);
-    update.bind(3, text("title"));
-    update.bind(4, text("artist"));
-    update.bind(5, text("albumName"));
-    update.bind(6, text("type"));
-    update.bind(7, text("year"));
-    update.bindOptional(8, m.value(QStringLiteral("trackNumber")));
-    update.bindOptional(9, m.value(QStringLiteral("trackCount")));
-    update.bind(10, text("podcastName"));
-    update.bind(11, text("seriesName"));
-    update.bindOptional(12, m.value(QStringLiteral("seasonNumber")));
-    update.bindOptional(13, m.value(QStringLiteral("episodeNumber")));
-    update.bind(14, json(item.metadata));
+    update.bind(3, text(m.title));
+    update.bind(4, text(m.artist));
+    update.bind(5, text(m.albumName));
+    update.bind(6, text(m.genre));
+    update.bind(7, m.yearText().value_or(QString()));
+    update.bindOptional(8, number(m.trackNumber));
+    update.bindOptional(9, number(m.trackCount));
+    update.bind(10, text(m.podcastName));
+    update.bind(11, text(m.seriesName));
+    update.bindOptional(12, number(m.seasonNumber));
+    update.bindOptional(13, number(m.episodeNumber));
+    update.bind(14, json(m.toDictionary()));
     update.bindOptional(15, item.durationMs >= 0 ? QVariant(item.durationMs) : QVariant());
     update.bind(16, item.artworkBytes);
     update.bind(17, qint64(item.artworkWidth));

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "import/Tags.h"
 #include "platform/Result.h"
 
 #include <QList>
@@ -23,7 +24,7 @@ public:
     // What a finished item records.
     struct Item {
         QString kind;
-        QVariantMap metadata; // every value but the artwork itself
+        Tags metadata; // every value but the artwork itself
         qint64 durationMs = -1;
         QString path; // relative to the library folder
         qint64 artworkBytes = 0;

@@ -1,8 +1,6 @@
 #include "import/library/LibraryFiling.h"
 
-#include "import/IntegerValue.h"
 #include "import/MediaKinds.h"
-#include "platform/MetadataKeys.h"
 
 #include <QFileInfo>
 
@@ -10,8 +8,8 @@ namespace tolvane {
 
 namespace {
 
-QString text(const QVariantMap& metadata, const QString& key) {
-    return metadata.value(key).toString().trimmed();
+QString text(const TagValue<QString>& tag) {
+    return tag.value_or(QString()).trimmed();
 }
 
 QString twoDigits(qlonglong number) {
@@ -69,10 +67,10 @@ QString LibraryFiling::safeComponent(const QString& input, const QString& fallba
     return cleaned.isEmpty() ? fallback : cleaned;
 }
 
-QString LibraryFiling::relativePath(const QVariantMap& record) {
-    const QVariantMap metadata = record.value(QStringLiteral("metadata")).toMap();
-    const QString kind = record.value(QStringLiteral("mediaKind")).toString();
-    const QFileInfo source(record.value(QStringLiteral("path")).toString());
+QString LibraryFiling::relativePath(const ImportRecord& record) {
+    const Tags& metadata = record.metadata;
+    const QString kind = record.mediaKind.value_or(QString());
+    const QFileInfo source(record.path.value_or(QString()));
 
     QString extension = source.suffix().toLower();
     if (extension.isEmpty())
@@ -85,46 +83,42 @@ QString LibraryFiling::relativePath(const QVariantMap& record) {
     };
 
     const QString title =
-        safeComponent(text(metadata, AVMetadataCommonKeyTitle),
+        safeComponent(text(metadata.title),
                       safeComponent(source.completeBaseName(), QStringLiteral("Unknown Title")));
-    const QString artist =
-        safeComponent(text(metadata, AVMetadataCommonKeyArtist), QStringLiteral("Unknown Artist"));
+    const QString artist = safeComponent(text(metadata.artist), QStringLiteral("Unknown Artist"));
 
     if (kind == MediaKinds::musicVideo)
         return QStringLiteral("Music Videos/") +
                named(QStringLiteral("%1 - %2").arg(artist, title));
 
     if (kind == MediaKinds::featureMovie) {
-        const qlonglong year = integerValue(metadata.value(QStringLiteral("year")));
+        const qlonglong year = metadata.yearNumber().value_or(0);
         const QString name = year > 0 ? QStringLiteral("%1 (%2)").arg(title).arg(year) : title;
         const QString folder = safeComponent(name, QStringLiteral("Unknown Movie"));
         return QStringLiteral("Movies/%1/").arg(folder) + named(folder);
     }
 
     if (kind == MediaKinds::tvEpisode) {
-        const QString series = safeComponent(text(metadata, QStringLiteral("seriesName")),
-                                             QStringLiteral("Unknown Series"));
-        const qlonglong season =
-            qMax<qlonglong>(1, integerValue(metadata.value(QStringLiteral("seasonNumber"))));
-        const qlonglong episode =
-            qMax<qlonglong>(1, integerValue(metadata.value(QStringLiteral("episodeNumber"))));
+        const QString series =
+            safeComponent(text(metadata.seriesName), QStringLiteral("Unknown Series"));
+        const qlonglong season = qMax<qlonglong>(1, metadata.seasonNumber.value_or(0));
+        const qlonglong episode = qMax<qlonglong>(1, metadata.episodeNumber.value_or(0));
         return QStringLiteral("TV Shows/%1/Season %2/").arg(series, twoDigits(season)) +
                named(QStringLiteral("%1 - S%2E%3 - %4")
                          .arg(series, twoDigits(season), twoDigits(episode), title));
     }
 
     if (kind == MediaKinds::podcast || kind == MediaKinds::videoPodcast) {
-        const QString show = safeComponent(text(metadata, QStringLiteral("podcastName")),
-                                           QStringLiteral("Unknown Podcast"));
+        const QString show =
+            safeComponent(text(metadata.podcastName), QStringLiteral("Unknown Podcast"));
         return QStringLiteral("Podcasts/%1/").arg(show) + named(title);
     }
 
     if (kind == MediaKinds::ringtone)
         return QStringLiteral("Ringtones/") + named(title);
 
-    const QString album = safeComponent(text(metadata, AVMetadataCommonKeyAlbumName),
-                                        QStringLiteral("Unknown Album"));
-    const qlonglong track = integerValue(metadata.value(QStringLiteral("trackNumber")));
+    const QString album = safeComponent(text(metadata.albumName), QStringLiteral("Unknown Album"));
+    const qlonglong track = metadata.trackNumber.value_or(0);
     const QString base = track > 0 ? twoDigits(track) + QLatin1Char(' ') + title : title;
     return QStringLiteral("Music/%1/%2/").arg(artist, album) + named(base);
 }

@@ -1,7 +1,8 @@
 #pragma once
 
+#include "import/ImportRecord.h"
+
 #include <QString>
-#include <QVariantMap>
 
 namespace tolvane {
 
@@ -16,7 +17,7 @@ namespace tolvane {
 class LibraryFiling {
 public:
     // The path relative to the library folder for an import record.
-    static QString relativePath(const QVariantMap& record);
+    static QString relativePath(const ImportRecord& record);
     // The same path with " (n)" before the extension, for the n-th item of that name (n >= 2).
     static QString numbered(const QString& relativePath, int n);
     // A text made fit to be one path component: no separators or control characters, no

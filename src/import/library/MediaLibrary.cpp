@@ -86,13 +86,12 @@ void describeArtwork(const QByteArray& artwork, LibraryCatalogue::Item& item) {
         QString::fromLatin1(QCryptographicHash::hash(artwork, QCryptographicHash::Sha256).toHex());
 }
 
-qint64 durationOf(const QString& path, const QVariantMap& metadata) {
+qint64 durationOf(const QString& path, const Tags& metadata) {
     const TagLib::FileRef ref(QFile::encodeName(path).constData(), true,
                               TagLib::AudioProperties::Fast);
     if (!ref.isNull() && ref.audioProperties())
         return ref.audioProperties()->lengthInMilliseconds();
-    const QVariant duration = metadata.value(QStringLiteral("duration"));
-    return duration.isValid() ? duration.toLongLong() : -1;
+    return metadata.duration ? qint64(*metadata.duration) : -1;
 }
 
 // Finishes or removes the pending rows of processes that have died.
@@ -141,8 +140,8 @@ QString MediaLibrary::catalogueFile() const {
     return m_folder + QLatin1Char('/') + QLatin1String(catalogueFileName);
 }
 
-Result<LibraryItem> MediaLibrary::importFile(const QVariantMap& record) {
-    const QString source = record.value(QStringLiteral("path")).toString();
+Result<LibraryItem> MediaLibrary::importFile(const ImportRecord& record) {
+    const QString source = record.path.value_or(QString());
     if (source.isEmpty())
         return Failure(QStringLiteral("the record names no file (no \"path\")"));
 
@@ -179,15 +178,15 @@ Result<LibraryItem> MediaLibrary::importFile(const QVariantMap& record) {
                          QStringLiteral(".part");
     // What the item holds is recorded with its pending row, so that an item found complete
     // after a crash has its row in full.
-    const QVariantMap metadata = record.value(QStringLiteral("metadata")).toMap();
+    const Tags& metadata = record.metadata;
     LibraryCatalogue::Item item;
-    item.kind = record.value(QStringLiteral("mediaKind")).toString();
+    item.kind = record.mediaKind.value_or(QString());
     item.metadata = metadata;
-    item.metadata.remove(QStringLiteral("imageData"));
+    item.metadata.artwork.reset();
     // No path yet: a pending row's path names only a rename that was tried.
     item.sourcePath = source;
     item.durationMs = durationOf(source, metadata);
-    describeArtwork(metadata.value(QStringLiteral("imageData")).toByteArray(), item);
+    describeArtwork(metadata.artwork.value_or(QByteArray()), item);
     const Result<qint64> begun = catalogue->beginItem(temp, item);
     if (!begun) {
         removeEmptyFolders(*madeFolders);
@@ -219,7 +218,8 @@ Result<LibraryItem> MediaLibrary::importFile(const QVariantMap& record) {
                 Failure(copied.failure().message(), folder, copied.failure().systemError()));
     }
 
-    const Result<TagWriter::Written> tagged = TagWriter::write(temp, record);
+    const Result<TagWriter::Written> tagged =
+        TagWriter::write(temp, record.mediaKind.value_or(QString()), record.metadata);
     if (!tagged)
         return abandon(tagged.failure());
 

@@ -25,7 +25,7 @@ public:
     QString folder() const { return m_folder; }
     QString catalogueFile() const;
 
-    Result<LibraryItem> importFile(const QVariantMap& record) override;
+    Result<LibraryItem> importFile(const ImportRecord& record) override;
 
     // Finishes or removes what imports of processes that have died left behind.
     Status recover();

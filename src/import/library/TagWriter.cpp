@@ -1,8 +1,6 @@
 #include "import/library/TagWriter.h"
 
-#include "import/IntegerValue.h"
 #include "import/MediaKinds.h"
-#include "platform/MetadataKeys.h"
 
 #include <QFile>
 #include <QFileInfo>
@@ -30,12 +28,12 @@ namespace tolvane {
 
 namespace {
 
-// A text the record carries: nothing when it does not carry the key (the file keeps its own
-// value), empty when it carries an empty text (the file's value goes).
+// A text to write: nothing when the tags do not carry it (the file keeps its own value), empty
+// when they carry an empty text (the file's value goes).
 using Text = std::optional<QString>;
 
-// The values of a record as the writers need them; 0 means "not given" for numbers.
-struct Tags {
+// The values of an import as the writers need them; 0 means "not given" for numbers.
+struct Values {
     QString kind;
     Text title, artist, album, genre, year;
     int track = 0, trackCount = 0;
@@ -48,7 +46,7 @@ struct Tags {
         return kind == MediaKinds::podcast || kind == MediaKinds::videoPodcast;
     }
     bool isTvEpisode() const { return kind == MediaKinds::tvEpisode; }
-    // A podcast's album is its name when the record gives no album of its own.
+    // A podcast's album is its name when the tags give no album of their own.
     Text albumOrPodcast() const {
         return isPodcast() && (!album || album->isEmpty()) ? podcastName : album;
     }
@@ -58,41 +56,35 @@ TagLib::String str(const QString& text) {
     return TagLib::String(text.toStdString(), TagLib::String::UTF8);
 }
 
-Text textValue(const QVariantMap& metadata, const QString& key) {
-    const QVariant value = metadata.value(key);
-    if (!value.isValid() || value.isNull())
+Text textValue(const TagValue<QString>& tag) {
+    if (!tag)
         return std::nullopt;
-    // Numbers where text is expected are written as their text.
-    return value.toString().trimmed();
+    return tag->trimmed();
 }
 
-int number(const QVariantMap& metadata, const QString& key) {
-    return int(std::clamp<qlonglong>(integerValue(metadata.value(key)), 0, 1 << 30));
+int number(const TagValue<qlonglong>& tag) {
+    return int(std::clamp<qlonglong>(tag.value_or(0), 0, 1 << 30));
 }
 
-Tags tagsOf(const QVariantMap& record) {
-    const QVariantMap metadata = record.value(QStringLiteral("metadata")).toMap();
-    Tags tags;
-    tags.kind = record.value(QStringLiteral("mediaKind")).toString();
-    tags.title = textValue(metadata, AVMetadataCommonKeyTitle);
-    tags.artist = textValue(metadata, AVMetadataCommonKeyArtist);
-    tags.album = textValue(metadata, AVMetadataCommonKeyAlbumName);
-    tags.genre = textValue(metadata, AVMetadataCommonKeyType);
+Values valuesOf(const QString& kind, const Tags& tags) {
+    Values values;
+    values.kind = kind;
+    values.title = textValue(tags.title);
+    values.artist = textValue(tags.artist);
+    values.album = textValue(tags.albumName);
+    values.genre = textValue(tags.genre);
     // A year that is not one (0, a text without digits) leaves the file's date alone.
-    if (metadata.contains(QStringLiteral("year"))) {
-        const qlonglong year = integerValue(metadata.value(QStringLiteral("year")));
-        if (year > 0 && year < 10000)
-            tags.year = QString::number(year);
-    }
-    tags.track = number(metadata, QStringLiteral("trackNumber"));
-    tags.trackCount = number(metadata, QStringLiteral("trackCount"));
-    tags.podcastName = textValue(metadata, QStringLiteral("podcastName"));
-    tags.seriesName = textValue(metadata, QStringLiteral("seriesName"));
-    tags.season = number(metadata, QStringLiteral("seasonNumber"));
-    tags.episode = number(metadata, QStringLiteral("episodeNumber"));
-    tags.artwork = metadata.value(QStringLiteral("imageData")).toByteArray();
-    tags.png = tags.artwork.startsWith("\x89PNG");
-    return tags;
+    if (const std::optional<qlonglong> year = tags.yearNumber(); year && *year > 0 && *year < 10000)
+        values.year = QString::number(*year);
+    values.track = number(tags.trackNumber);
+    values.trackCount = number(tags.trackCount);
+    values.podcastName = textValue(tags.podcastName);
+    values.seriesName = textValue(tags.seriesName);
+    values.season = number(tags.seasonNumber);
+    values.episode = number(tags.episodeNumber);
+    values.artwork = tags.artwork.value_or(QByteArray());
+    values.png = values.artwork.startsWith("\x89PNG");
+    return values;
 }
 
 TagLib::ByteVector bytes(const QByteArray& data) {
@@ -123,7 +115,7 @@ void setText(TagLib::MP4::Tag* tag, const char* key, const Text& value) {
         tag->setItem(key, TagLib::StringList(str(*value)));
 }
 
-void writeMp4(TagLib::MP4::Tag* tag, const Tags& tags) {
+void writeMp4(TagLib::MP4::Tag* tag, const Values& tags) {
     setText(tag, "\251nam", tags.title);
     setText(tag, "\251ART", tags.artist);
     setText(tag, "\251alb", tags.albumOrPodcast());
@@ -176,7 +168,7 @@ void setUserText(TagLib::ID3v2::Tag* tag, const QString& description, const Text
     tag->addFrame(frame);
 }
 
-void writeId3(TagLib::ID3v2::Tag* tag, const Tags& tags) {
+void writeId3(TagLib::ID3v2::Tag* tag, const Values& tags) {
     setFrame(tag, "TIT2", tags.title);
     setFrame(tag, "TPE1", tags.artist);
     setFrame(tag, "TALB", tags.albumOrPodcast());
@@ -211,7 +203,7 @@ void writeId3(TagLib::ID3v2::Tag* tag, const Tags& tags) {
     }
 }
 
-TagLib::PropertyMap propertiesOf(TagLib::PropertyMap properties, const Tags& tags) {
+TagLib::PropertyMap propertiesOf(TagLib::PropertyMap properties, const Values& tags) {
     const auto set = [&properties](const char* key, const Text& value) {
         if (!value)
             return;
@@ -239,7 +231,7 @@ TagLib::PropertyMap propertiesOf(TagLib::PropertyMap properties, const Tags& tag
     return properties;
 }
 
-TagLib::FLAC::Picture* flacPicture(const Tags& tags) {
+TagLib::FLAC::Picture* flacPicture(const Values& tags) {
     auto* picture = new TagLib::FLAC::Picture();
     picture->setType(TagLib::FLAC::Picture::FrontCover);
     picture->setMimeType(tags.png ? "image/png" : "image/jpeg");
@@ -247,7 +239,7 @@ TagLib::FLAC::Picture* flacPicture(const Tags& tags) {
     return picture;
 }
 
-void writeXiph(TagLib::Ogg::XiphComment* comment, const Tags& tags) {
+void writeXiph(TagLib::Ogg::XiphComment* comment, const Values& tags) {
     comment->setProperties(propertiesOf(comment->properties(), tags));
     if (!tags.artwork.isEmpty()) {
         comment->removeAllPictures();
@@ -257,7 +249,7 @@ void writeXiph(TagLib::Ogg::XiphComment* comment, const Tags& tags) {
 
 // Bytes the tags of a record may add to a file: their text (as UTF-16, the widest encoding a
 // writer may choose), the artwork, and room for frames, atoms and padding.
-qint64 growthAllowance(const Tags& tags) {
+qint64 growthAllowance(const Values& tags) {
     qint64 text = 0;
     for (const Text* value : {&tags.title, &tags.artist, &tags.album, &tags.genre, &tags.year,
                               &tags.podcastName, &tags.seriesName})
@@ -302,7 +294,7 @@ private:
 };
 
 // Writes the tags into the file in its format's own way; false when the tag library fails.
-bool save(TagLib::File* file, const Tags& tags) {
+bool save(TagLib::File* file, const Values& tags) {
     bool saved = false;
     if (auto* mp4 = dynamic_cast<TagLib::MP4::File*>(file)) {
         writeMp4(mp4->tag(), tags);
@@ -341,8 +333,9 @@ bool save(TagLib::File* file, const Tags& tags) {
 
 } // namespace
 
-Result<TagWriter::Written> TagWriter::write(const QString& path, const QVariantMap& record) {
-    const Tags tags = tagsOf(record);
+Result<TagWriter::Written> TagWriter::write(const QString& path, const QString& kind,
+                                            const Tags& given) {
+    const Values tags = valuesOf(kind, given);
     const QByteArray encodedPath = QFile::encodeName(path);
     const qint64 size = QFileInfo(path).size();
     BoundedFileStream stream(

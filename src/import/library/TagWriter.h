@@ -1,13 +1,13 @@
 #pragma once
 
+#include "import/Tags.h"
 #include "platform/Result.h"
 
 #include <QString>
-#include <QVariantMap>
 
 namespace tolvane {
 
-// Writes the tags and artwork of an import record into a media file with TagLib:
+// Writes the tags and artwork of an import into a media file with TagLib, as the given kind:
 //  - MPEG-4: ©nam ©ART ©alb ©gen ©day trkn covr, stik for the kind, tvsh/tvsn/tves for TV
 //    episodes, pcst and the show name (in ©alb and tvsh) for podcasts;
 //  - MP3, WAV, AIFF: ID3v2.4 TIT2 TPE1 TALB TCON TDRC TRCK APIC, PCST for podcasts, and the
@@ -15,7 +15,7 @@ namespace tolvane {
 //  - other formats TagLib writes (FLAC, Ogg, ...): the property map and, where the format
 //    holds one, a front-cover picture.
 //
-// A value the record does not carry leaves the file's own in place (its date, its cover), and
+// A value the tags do not carry leaves the file's own in place (its date, its cover), and
 // frames the writer does not own (lyrics, comments, ratings, identifiers) are never touched; a
 // value carried as empty text removes the file's.
 //
@@ -28,7 +28,7 @@ public:
         Tags,
         NotTaggable, // the tag library does not know the format; the file is left as it is
     };
-    static Result<Written> write(const QString& path, const QVariantMap& record);
+    static Result<Written> write(const QString& path, const QString& kind, const Tags& tags);
 };
 
 } // namespace tolvane

@@ -3,22 +3,15 @@
 #include "imaging/ImageDecoder.h"
 #include "import/ImportEditorLayout.h"
 #include "platform/Device.h"
+#include "platform/OffScreen.h"
 #include "platform/ui/ImageView.h"
 
-#include <QBuffer>
-#include <QCoreApplication>
 #include <QDragEnterEvent>
 #include <QDropEvent>
-#include <QFutureWatcher>
-#include <QImageReader>
 #include <QMimeData>
-#include <QPointer>
-#include <QPromise>
-#include <QThreadPool>
 #include <QUrl>
 
 #include <cmath>
-#include <memory>
 
 namespace tolvane {
 
@@ -72,21 +65,14 @@ void ImportTumbnailCell::dropEvent(QDropEvent* event) {
     }
     // A photograph may be large: it is read and checked away from the screen.
     const QString path = urls.constFirst().toLocalFile();
-    QPointer<ImportTumbnailCell> self(this);
-    QThreadPool::globalInstance()->start([self, path] {
-        Result<QImage> decoded = ImageDecoder::decodeFile(path);
-        QMetaObject::invokeMethod(
-            QCoreApplication::instance(),
-            [self, decoded = std::move(decoded)] {
-                if (!self)
-                    return;
-                if (decoded)
-                    Q_EMIT self->imageDropped(*decoded);
-                else
-                    Q_EMIT self->dropRefused(decoded.errorText());
-            },
-            Qt::QueuedConnection);
-    });
+    runOffScreen(
+        this, [path] { return ImageDecoder::decodeFile(path); },
+        [this](const Result<QImage>& decoded) {
+            if (decoded)
+                Q_EMIT imageDropped(*decoded);
+            else
+                Q_EMIT dropRefused(decoded.errorText());
+        });
 }
 
 void ImportTumbnailCell::setArtwork(const QByteArray& imageData) {
@@ -108,25 +94,18 @@ void ImportTumbnailCell::setArtwork(const QByteArray& imageData) {
     const qreal scale = device.scale() > 0 ? device.scale() : devicePixelRatioF();
     const qreal side = ImportEditorLayout::artworkSide(device.screenBounds()) * scale;
 
-    // The watcher belongs to the cell, so a result that arrives after the cell has gone is
-    // dropped with it.
-    auto promise = std::make_shared<QPromise<QImage>>();
-    auto* watcher = new QFutureWatcher<QImage>(this);
-    connect(watcher, &QFutureWatcherBase::finished, this, [this, watcher, generation] {
-        watcher->deleteLater();
-        if (generation != m_generation)
-            return;
-        const QFuture<QImage> future = watcher->future();
-        m_imgView->setImage(future.resultCount() > 0 ? future.result() : QImage());
-        m_loading = false;
-        Q_EMIT artworkShown();
-    });
-    watcher->setFuture(promise->future());
-    promise->start();
-    QThreadPool::globalInstance()->start([promise, imageData, side] {
-        promise->addResult(decodeForSquare(imageData, side));
-        promise->finish();
-    });
+    // A decode for artwork set before is no longer wanted; one that arrives after the cell has
+    // gone is dropped with it.
+    m_decoding.cancel();
+    m_decoding = runOffScreen(
+        this, [imageData, side] { return decodeForSquare(imageData, side); },
+        [this, generation](const QImage& image) {
+            if (generation != m_generation)
+                return;
+            m_imgView->setImage(image);
+            m_loading = false;
+            Q_EMIT artworkShown();
+        });
 }
 
 void ImportTumbnailCell::layoutSubviews() {

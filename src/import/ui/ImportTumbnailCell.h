@@ -1,5 +1,6 @@
 #pragma once
 
+#include "platform/OffScreen.h"
 #include "platform/ui/TableViewCell.h"
 
 #include <QByteArray>
@@ -46,6 +47,7 @@ private:
     bool m_decoded = false;
     bool m_loading = false;
     quint64 m_generation = 0; // results of older decodes are dropped
+    OffScreenJob m_decoding;
 };
 
 } // namespace tolvane

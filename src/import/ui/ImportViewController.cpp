@@ -13,7 +13,6 @@
 #include "platform/Device.h"
 #include "platform/Inbox.h"
 #include "platform/Localisation.h"
-#include "platform/MetadataKeys.h"
 #include "platform/ui/AlertController.h"
 #include "platform/ui/Appearance.h"
 #include "platform/ui/BundleImages.h"
@@ -25,9 +24,7 @@
 #include "search/ui/GoogleImagesCollectionVC.h"
 
 #include <QBuffer>
-#include <QCoreApplication>
 #include <QLabel>
-#include <QThreadPool>
 #include <QToolButton>
 #include <QVBoxLayout>
 
@@ -37,10 +34,6 @@ namespace tolvane {
 
 namespace {
 
-const QString mediaKindKey = QStringLiteral("mediaKind");
-const QString metadataKey = QStringLiteral("metadata");
-const QString imageDataKey = QStringLiteral("imageData");
-const QString pathKey = QStringLiteral("path");
 const QColor tableBackground(245, 245, 245);
 
 QFont systemFont(qreal points) {
@@ -50,7 +43,7 @@ QFont systemFont(qreal points) {
 }
 
 // A stored value as text, as a format's "%@" prints it; nothing for no value. Values of a
-// type the field does not expect (a number for a name) still show as text.
+// type the field does not expect (a number as text) show as they were given.
 std::optional<QString> describe(const QVariant& value) {
     if (!value.isValid() || value.isNull())
         return std::nullopt;
@@ -61,6 +54,39 @@ std::optional<QString> describe(const QVariant& value) {
         return QString();
     default:
         return value.toString();
+    }
+}
+
+std::optional<QString> describe(const TagValue<qlonglong>& tag) {
+    return describe(tag.given().value_or(tag ? QVariant(*tag) : QVariant()));
+}
+
+// The text a field shows for the record's value.
+QString fieldText(const Tags& metadata, int fieldId) {
+    const auto text = [](const TagValue<QString>& tag) { return tag.value_or(QString()); };
+    switch (fieldId) {
+    case ImportField::Track:
+        return describe(metadata.trackNumber).value_or(QString());
+    case ImportField::Title:
+        return text(metadata.title).remove(QStringLiteral(".mp4"));
+    case ImportField::Artist:
+        return text(metadata.artist);
+    case ImportField::Album:
+        return text(metadata.albumName);
+    case ImportField::Genre:
+        return text(metadata.genre);
+    case ImportField::Year:
+        return ImportSubmission::shownYear(metadata);
+    case ImportField::PodcastName:
+        return text(metadata.podcastName);
+    case ImportField::Episode:
+        return describe(metadata.episodeNumber).value_or(QString());
+    case ImportField::Series:
+        return text(metadata.seriesName);
+    case ImportField::Season:
+        return describe(metadata.seasonNumber).value_or(QString());
+    default:
+        return QString();
     }
 }
 
@@ -91,10 +117,22 @@ QToolButton* barButton(const QString& text, QWidget* owner) {
 } // namespace
 
 ImportViewController::ImportViewController(const QVariantMap& handoff, const QString& mediaKind)
-    : m_importDict(ImportRecord::fromHandoffRecord(handoff, mediaKind)) {}
+    : ImportViewController(
+          ImportRecord::fromHandoffRecord(handoff, mediaKind, std::nullopt, ImportRecord::noTags),
+          [handoff, mediaKind, scale = Device::current().scale()] {
+              return ImportRecord::fromHandoffRecord(handoff, mediaKind, scale);
+          }) {}
 
 ImportViewController::ImportViewController(const QVariantMap& record)
-    : m_importDict(ImportRecord::fromWholeRecord(record)) {}
+    : ImportViewController(ImportRecord::fromWholeRecord(record, ImportRecord::noTags),
+                           [record] { return ImportRecord::fromWholeRecord(record); }) {}
+
+ImportViewController::ImportViewController(ImportRecord shown,
+                                           std::function<ImportRecord()> readRecord)
+    : m_record(std::move(shown)) {
+    m_reading = runOffScreen(this, std::move(readRecord),
+                             [this](ImportRecord read) { recordDidArrive(std::move(read)); });
+}
 
 ImportViewController::~ImportViewController() {
     if (m_artworkSearch)
@@ -111,8 +149,48 @@ ImportTextField* ImportViewController::currentTextField() const {
     return m_currentTextField;
 }
 
+QVariantMap ImportViewController::importDict() const {
+    return m_record ? m_record->toDictionary() : QVariantMap();
+}
+
 QString ImportViewController::mediaKind() const {
-    return m_importDict.value(mediaKindKey).toString();
+    return m_record ? m_record->mediaKind.value_or(QString()) : QString();
+}
+
+void ImportViewController::recordDidArrive(ImportRecord read) {
+    m_reading.reset();
+    if (!m_record)
+        return;
+    // What the user did meanwhile wins over what the file says.
+    for (auto it = m_touchedFields.cbegin(); it != m_touchedFields.cend(); ++it)
+        ImportSubmission::writeField(read.metadata, it.key(), it.value());
+    if (m_kindChosen)
+        read.mediaKind = m_record->mediaKind;
+    if (m_artworkChosen)
+        read.metadata.artwork = m_record->metadata.artwork;
+    m_record = std::move(read);
+
+    if (m_tableView) {
+        const QString kinds[] = {MediaKinds::song, MediaKinds::podcast, MediaKinds::tvEpisode,
+                                 MediaKinds::featureMovie};
+        for (const QString& kind : kinds) {
+            for (EditableImportTableViewCell* cell : m_cells.value(kind))
+                showField(cell, kind);
+        }
+        reloadData();
+    }
+    if (m_submitWhenRead)
+        std::exchange(m_submitWhenRead, {})();
+}
+
+void ImportViewController::showField(EditableImportTableViewCell* cell, const QString& kind) {
+    const int fieldId = cell->fieldId();
+    // A row the user typed in keeps the text; so does the Genre row once a kind was chosen.
+    if (m_touchedFields.contains(fieldId) || (fieldId == ImportField::Genre && m_kindChosen))
+        return;
+    ImportTextField* input = cell->textField();
+    input->setPlaceholderText(MediaKinds::placeholder(fieldId, kind, m_record->metadata));
+    input->setText(fieldText(m_record->metadata, fieldId));
 }
 
 void ImportViewController::viewDidLoad() {
@@ -205,7 +283,6 @@ void ImportViewController::buildRows() {
 }
 
 EditableImportTableViewCell* ImportViewController::makeRow(int fieldId, const QString& kind) {
-    const QVariantMap metadata = m_importDict.value(metadataKey).toMap();
     const ImportField& field = MediaKinds::field(fieldId);
     auto* cell = new EditableImportTableViewCell(m_tableView);
     cell->hide();
@@ -213,24 +290,7 @@ EditableImportTableViewCell* ImportViewController::makeRow(int fieldId, const QS
     ImportTextField* input = cell->textField();
     input->setTag(fieldId);
     input->setNumberPad(field.input == FieldInput::NumberPad);
-    input->setPlaceholderText(MediaKinds::placeholder(fieldId, kind, metadata));
-
-    QString text;
-    switch (fieldId) {
-    case ImportField::Title:
-        text = describe(metadata.value(AVMetadataCommonKeyTitle))
-                   .value_or(QString())
-                   .remove(QStringLiteral(".mp4"));
-        break;
-    case ImportField::Year:
-        // Shown from the creation date, written to "year".
-        text = ImportSubmission::shownYear(m_importDict);
-        break;
-    default:
-        text = describe(metadata.value(field.metadataKey)).value_or(QString());
-        break;
-    }
-    input->setText(text);
+    showField(cell, kind);
 
     connect(cell, &EditableImportTableViewCell::textDidChange, this,
             &ImportViewController::textFieldTextDidChange);
@@ -285,8 +345,8 @@ int ImportViewController::numberOfRowsInSection(int section) const {
 TableViewCell* ImportViewController::cellForRowAtIndexPath(TableIndexPath indexPath) {
     switch (indexPath.section) {
     case ImportEditorLayout::ArtworkSection:
-        m_thumbnailCell->setArtwork(
-            m_importDict.value(metadataKey).toMap().value(imageDataKey).toByteArray());
+        m_thumbnailCell->setArtwork(m_record ? m_record->metadata.artwork.value_or(QByteArray())
+                                             : QByteArray());
         return m_thumbnailCell;
     case ImportEditorLayout::SourcesSection:
         return indexPath.row == 0 ? m_searchCell : m_libraryCell;
@@ -348,8 +408,11 @@ void ImportViewController::textFieldTextDidChange(ImportTextField* textField) {
     m_currentTextField = textField;
     if (textField && textField->tag() == ImportField::Year)
         m_yearEdited = true;
-    if (EditableImportTableViewCell::cellForTextField(textField))
+    if (EditableImportTableViewCell::cellForTextField(textField)) {
+        if (textField->tag() >= 0 && textField->tag() < 10)
+            m_touchedFields.insert(textField->tag(), textField->text());
         saveNewMetadataAndImport(false);
+    }
 }
 
 void ImportViewController::textFieldTextDidEndEditing(ImportTextField* textField) {
@@ -368,7 +431,9 @@ std::optional<EditedField> ImportViewController::editedField() const {
 }
 
 void ImportViewController::saveNewMetadataAndImport(bool scaleArtwork) {
-    ImportSubmission::saveNewMetadataAndImport(m_importDict, scaleArtwork, editedField());
+    if (m_record)
+        ImportSubmission::saveNewMetadataAndImport(*m_record, scaleArtwork, editedField(),
+                                                   Device::current().scale());
 }
 
 // --- media kind ----------------------------------------------------------------------------
@@ -398,8 +463,9 @@ void ImportViewController::actionSheet(AlertController* sheet, int buttonIndex) 
             if (it.value().toString() == chosen)
                 kind = it.key();
         }
-        if (!kind.isEmpty()) {
-            m_importDict.insert(mediaKindKey, kind);
+        if (!kind.isEmpty() && m_record) {
+            m_record->mediaKind = kind;
+            m_kindChosen = true;
             // Only the row shows the kind's genre; the record keeps its own until the row is
             // edited.
             for (EditableImportTableViewCell* cell : m_cells.value(kind)) {
@@ -413,20 +479,18 @@ void ImportViewController::actionSheet(AlertController* sheet, int buttonIndex) 
 
 // --- artwork -------------------------------------------------------------------------------
 
-QString ImportViewController::artworkSearchTerm(const QVariantMap& metadata) {
+QString ImportViewController::artworkSearchTerm(const Tags& metadata) {
     const QString nil = QStringLiteral("(null)");
-    return QStringLiteral("%1+%2").arg(
-        describe(metadata.value(AVMetadataCommonKeyArtist)).value_or(nil),
-        describe(metadata.value(AVMetadataCommonKeyTitle)).value_or(nil));
+    return QStringLiteral("%1+%2").arg(metadata.artist.value_or(nil), metadata.title.value_or(nil));
 }
 
 void ImportViewController::openArtworkSearch() {
     auto* search = new GoogleImagesCollectionVC(
-        artworkSearchTerm(m_importDict.value(metadataKey).toMap()), new GoogleImageLayout);
+        artworkSearchTerm(m_record ? m_record->metadata : Tags()), new GoogleImageLayout);
     search->setDelegate(this);
     // The kind decides the artwork services asked; the file's folder may hold its cover.
     search->setMediaKind(mediaKind());
-    search->setMediaPath(m_importDict.value(pathKey).toString());
+    search->setMediaPath(m_record ? m_record->path.value_or(QString()) : QString());
     m_artworkSearch = search;
     // Presented by the editor's navigation controller; the row is deselected when the editor
     // shows again.
@@ -437,9 +501,10 @@ void ImportViewController::storeArtwork(const QByteArray& imageData) {
     // A pick that cannot be encoded leaves the artwork as it was.
     if (imageData.isEmpty())
         return;
-    QVariantMap metadata = m_importDict.value(metadataKey).toMap();
-    metadata.insert(imageDataKey, imageData);
-    m_importDict.insert(metadataKey, metadata);
+    if (!m_record)
+        return;
+    m_record->metadata.artwork = imageData;
+    m_artworkChosen = true;
 }
 
 void ImportViewController::googleImagesDidFinishPickingImage(const QImage& image) {
@@ -491,13 +556,14 @@ void ImportViewController::popoverControllerDidDismissPopover(PopoverController*
 
 void ImportViewController::previewMedia() {
     // Full screen, playing at once; the row is deselected when the editor shows again.
-    presentViewController(new PlayerWindow(m_importDict.value(pathKey).toString()), true);
+    presentViewController(
+        new PlayerWindow(m_record ? m_record->path.value_or(QString()) : QString()), true);
 }
 
 // --- import and cancel ---------------------------------------------------------------------
 
 void ImportViewController::importButtonPressed() {
-    if (m_importDict.isEmpty())
+    if (!m_record || m_submitWhenRead)
         return;
     QWidget* over = navigationController();
     if (!over)
@@ -520,48 +586,60 @@ void ImportViewController::importButtonPressed() {
     hud->setCustomView(checkmark);
     hud->setRemoveFromSuperViewOnHide(true);
 
-    // The field being edited is read here, on the main thread. The worker gets a copy of the
-    // record; the editor keeps its own until the outcome is known, so that a failed import
-    // leaves everything as the user left it. The overlay keeps the screen from being used.
+    // The field being edited is read here, on the main thread, as is the screen's scale. The
+    // overlay keeps the screen from being used; a record still being read is submitted when
+    // it arrives.
     const std::optional<EditedField> edited = editedField();
     observeTextFields(false);
-    QVariantMap before = m_importDict;
-    QVariantMap submitted = std::exchange(m_importDict, {});
-    if (!m_yearEdited && !(edited && edited->fieldId == ImportField::Year))
-        ImportSubmission::writeShownYear(submitted);
     hud->show(true);
+    if (m_reading) {
+        QPointer<MBProgressHUD> overlay(hud);
+        m_submitWhenRead = [this, overlay, edited] { submit(overlay, edited); };
+        return;
+    }
+    submit(hud, edited);
+}
 
-    QPointer<ImportViewController> self(this);
+void ImportViewController::submit(MBProgressHUD* hud, const std::optional<EditedField>& edited) {
+    if (!m_record)
+        return;
+    // The worker gets a copy of the record; the editor keeps its own until the outcome is
+    // known, so that a failed import leaves everything as the user left it.
+    ImportRecord before = *m_record;
+    ImportRecord submitted = *std::exchange(m_record, std::nullopt);
+    if (!m_yearEdited && !(edited && edited->fieldId == ImportField::Year))
+        ImportSubmission::writeShownYear(submitted.metadata);
+
+    struct Submitted {
+        Result<LibraryItem> outcome;
+        ImportRecord record;
+    };
     QPointer<MBProgressHUD> overlay(hud);
-    QThreadPool::globalInstance()->start([self, overlay, edited, submitted = std::move(submitted),
-                                          before = std::move(before)]() mutable {
-        Result<LibraryItem> outcome = ImportSubmission::submit(submitted, edited);
-        QMetaObject::invokeMethod(
-            QCoreApplication::instance(),
-            [self, overlay, outcome = std::move(outcome), submitted = std::move(submitted),
-             before = std::move(before)]() mutable {
-                if (self)
-                    self->importDidFinish(outcome, std::move(submitted), std::move(before),
-                                          overlay);
-            },
-            Qt::QueuedConnection);
-    });
+    runOffScreen(
+        this,
+        [edited, submitted = std::move(submitted), scale = Device::current().scale()]() mutable {
+            Result<LibraryItem> outcome = ImportSubmission::submit(submitted, edited, scale);
+            return Submitted{std::move(outcome), std::move(submitted)};
+        },
+        [this, overlay, before = std::move(before)](Submitted done) mutable {
+            importDidFinish(done.outcome, std::move(done.record), std::move(before), overlay);
+        });
 }
 
 void ImportViewController::importDidFinish(const Result<LibraryItem>& outcome,
-                                           QVariantMap submitted, QVariantMap before,
+                                           ImportRecord submitted, ImportRecord before,
                                            MBProgressHUD* overlay) {
     if (m_delegate)
-        m_delegate->ImportViewControllerDidImport(submitted, outcome);
+        m_delegate->ImportViewControllerDidImport(submitted.toDictionary(), outcome);
     if (!outcome) {
-        m_importDict = std::move(before);
+        m_record = std::move(before);
         observeTextFields(true);
         if (overlay) {
             overlay->setMinShowTime(0);
             overlay->hide(true);
         }
         AlertController::alert(localized("Import Failed"),
-                               ImportSubmission::failureText(outcome.failure(), m_importDict),
+                               ImportSubmission::failureText(outcome.failure(), *m_record),
                                {localized("OK")}, this);
         return;
     }
@@ -571,13 +649,13 @@ void ImportViewController::importDidFinish(const Result<LibraryItem>& outcome,
     if (!handedOver.isEmpty() && Inbox().holds(handedOver))
         ignoreFailure(Inbox().remove(handedOver), "an Inbox entry left over harms nobody");
 
-    m_importDict = std::move(submitted);
+    m_record = std::move(submitted);
     QPointer<ImportViewController> self(this);
     const auto goOn = [self] {
         if (!self)
             return;
         QPointer<QWidget> window = self->window();
-        ImportSubmission::finish(self->m_importDict, self->m_delegate, [window] {
+        ImportSubmission::finish(self->m_record, self->m_delegate, [window] {
             if (window)
                 window->showMinimized();
         });
@@ -595,7 +673,8 @@ void ImportViewController::importDidFinish(const Result<LibraryItem>& outcome,
 
 void ImportViewController::cancelButtonPressed() {
     if (m_delegate)
-        m_delegate->ImportViewControllerDidCancel(ImportSubmission::cancelPath(m_importDict));
+        m_delegate->ImportViewControllerDidCancel(m_record ? ImportSubmission::cancelPath(*m_record)
+                                                           : QString());
 }
 
 bool ImportViewController::performKeyCommand(KeyCommand command) {

@@ -1,6 +1,8 @@
 #pragma once
 
+#include "import/ImportRecord.h"
 #include "import/ImportSubmission.h"
+#include "platform/OffScreen.h"
 #include "platform/ui/ImagePickerController.h"
 #include "platform/ui/PopoverController.h"
 #include "platform/ui/Screen.h"
@@ -12,6 +14,8 @@
 #include <QMap>
 #include <QPointer>
 #include <QVariantMap>
+
+#include <functional>
 
 class QToolButton;
 
@@ -30,6 +34,9 @@ class TableViewCell;
 // The screen on which the user checks a media file's tags, artwork and kind before importing
 // it: a grouped table of the artwork, its sources, a preview row, the kind and the kind's
 // fields, under "Cancel" and "Import". Every keystroke is committed to the record at once.
+// The screen shows at once with the values its record was given; the file's tags and the
+// artwork images are read away from the screen and fill in the fields the user has not
+// touched yet. An Import tapped before they are read waits for them.
 class ImportViewController : public Screen,
                              public TableViewDataSource,
                              public GoogleImagesSearchDelegate,
@@ -52,8 +59,11 @@ public:
     ImportViewControllerDelegate* delegate() const { return m_delegate; }
     void setDelegate(ImportViewControllerDelegate* delegate) { m_delegate = delegate; }
 
-    // The record being edited; empty once it has been submitted.
-    const QVariantMap& importDict() const { return m_importDict; }
+    // The record being edited, as a dictionary; empty once it has been submitted.
+    QVariantMap importDict() const;
+    const std::optional<ImportRecord>& record() const { return m_record; }
+    // True until the file's tags and artwork have been read and filled in.
+    bool isReadingRecord() const { return m_reading.has_value(); }
     // Kind to its editable rows, built once when the view loads; kinds named together share
     // one list, and "ringtone" has none. The rows belong to the table.
     const QMap<QString, QList<EditableImportTableViewCell*>>& cells() const { return m_cells; }
@@ -85,7 +95,7 @@ public:
 
     // What the web search is asked for: the artist and the title joined by a plus sign; a
     // missing value reads "(null)".
-    static QString artworkSearchTerm(const QVariantMap& metadata);
+    static QString artworkSearchTerm(const Tags& metadata);
 
     // TableViewDataSource
     int numberOfSectionsInTableView() const override;
@@ -102,6 +112,10 @@ protected:
     void viewWillDisappear(bool animated) override;
 
 private:
+    ImportViewController(ImportRecord shown, std::function<ImportRecord()> readRecord);
+    void recordDidArrive(ImportRecord read);
+    void showField(EditableImportTableViewCell* cell, const QString& kind);
+    void submit(MBProgressHUD* hud, const std::optional<EditedField>& edited);
     void buildRows();
     EditableImportTableViewCell* makeRow(int fieldId, const QString& kind);
     QString mediaKind() const;
@@ -118,10 +132,18 @@ private:
     // The import's outcome, back on the screen's thread: on success the editor goes on as it
     // always has; on failure the overlay goes, an alert says why, and the editor keeps the
     // record as it was before Import, edits and all.
-    void importDidFinish(const Result<LibraryItem>& outcome, QVariantMap submitted,
-                         QVariantMap before, MBProgressHUD* overlay);
+    void importDidFinish(const Result<LibraryItem>& outcome, ImportRecord submitted,
+                         ImportRecord before, MBProgressHUD* overlay);
 
-    QVariantMap m_importDict;
+    std::optional<ImportRecord> m_record;
+    // The read under way, until its record arrives.
+    std::optional<OffScreenJob> m_reading;
+    // An Import tapped while the record was read: run when it arrives.
+    std::function<void()> m_submitWhenRead;
+    // What the user changed before the file's values arrived, which they must not overwrite.
+    QMap<int, QString> m_touchedFields; // field id to the text last typed
+    bool m_kindChosen = false;
+    bool m_artworkChosen = false;
     ImportViewControllerDelegate* m_delegate = nullptr;
     QMap<QString, QList<EditableImportTableViewCell*>> m_cells;
     QPointer<ImportTextField> m_currentTextField;
