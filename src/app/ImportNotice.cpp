@@ -1,8 +1,8 @@
 #include "ImportNotice.h"
 
 #include "imaging/ImageDecoder.h"
+#include "import/ImportRecord.h"
 #include "platform/Localisation.h"
-#include "platform/MetadataKeys.h"
 
 #include <QDir>
 #include <QFileInfo>
@@ -11,15 +11,11 @@ namespace tolvane {
 
 namespace {
 
-QString titleOf(const QVariantMap& record) {
-    const QString title = record.value(QStringLiteral("metadata"))
-                              .toMap()
-                              .value(AVMetadataCommonKeyTitle)
-                              .toString()
-                              .simplified();
+QString titleOf(const ImportRecord& record) {
+    const QString title = record.metadata.title.value_or(QString()).simplified();
     if (!title.isEmpty())
         return title;
-    return QFileInfo(record.value(QStringLiteral("path")).toString()).completeBaseName();
+    return QFileInfo(record.path.value_or(QString())).completeBaseName();
 }
 
 } // namespace
@@ -32,9 +28,10 @@ QString ImportNotice::areaOf(const QString& itemPath, const QString& libraryFold
     return relative.left(slash);
 }
 
-DesktopNotifier::Notice ImportNotice::compose(const QVariantMap& record,
+DesktopNotifier::Notice ImportNotice::compose(const QVariantMap& dictionary,
                                               const Result<LibraryItem>& outcome,
                                               const QString& libraryFolder) {
+    const ImportRecord record = ImportRecord::fromDictionary(dictionary);
     DesktopNotifier::Notice notice;
     const QString title = titleOf(record);
     if (!outcome) {
@@ -47,10 +44,7 @@ DesktopNotifier::Notice ImportNotice::compose(const QVariantMap& record,
         localized("Imported “%1” to %2").arg(title, areaOf(outcome->path, libraryFolder));
     notice.body = QDir::toNativeSeparators(outcome->path);
     notice.iconName = QStringLiteral("tolvane");
-    const QByteArray artwork = record.value(QStringLiteral("metadata"))
-                                   .toMap()
-                                   .value(QStringLiteral("imageData"))
-                                   .toByteArray();
+    const QByteArray artwork = record.metadata.artwork.value_or(QByteArray());
     if (!artwork.isEmpty())
         notice.image =
             ImageDecoder::decode(artwork, ImageDecoder::Request::fitting(QSize(256, 256)))

@@ -6,8 +6,9 @@
 #include "app/Preferences.h"
 #include "browser/FileTypeTable.h"
 #include "imaging/THEOSData.h"
+#include "import/ImportRecord.h"
+#include "import/MediaKinds.h"
 #include "platform/CurrentYear.h"
-#include "platform/MetadataKeys.h"
 #include "platform/PathString.h"
 #include "platform/Paths.h"
 
@@ -79,20 +80,16 @@ QVariantMap UrlHandoff::openInRecord(const QString& filePath) {
     const QString extension = PathString::pathExtension(filePath);
     const QString iconFile = FileTypeTable::installed()->iconFileForExtension(extension);
 
-    QVariantMap metadata{
-        {AVMetadataCommonKeyTitle, name},
-        {AVMetadataCommonKeyArtist, QString(QLatin1String(""))},
-        {QStringLiteral("year"), currentYear()},
-    };
+    ImportRecord record;
+    record.mediaKind = MediaKinds::song;
+    record.path = filePath;
+    record.metadata.title = name;
+    record.metadata.artist = QString(QLatin1String(""));
+    record.metadata.year = Tags::Year(qlonglong(currentYear()));
     if (const std::optional<QByteArray> icon = THEOSData::DataFromFileAtPath(
             PathString::appendingPathComponent(Paths::iconsFolder(), iconFile)))
-        metadata.insert(QStringLiteral("imageData"), *icon);
-
-    return QVariantMap{
-        {QStringLiteral("mediaKind"), QStringLiteral("song")},
-        {QStringLiteral("metadata"), metadata},
-        {QStringLiteral("path"), filePath},
-    };
+        record.metadata.artwork = *icon;
+    return record.toDictionary();
 }
 
 HandoffAction UrlHandoff::resolve(const QString& text) {

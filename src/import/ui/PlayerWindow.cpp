@@ -194,13 +194,12 @@ void PlayerWindow::readArtwork() {
     runOffScreen(
         this,
         [path = m_path] {
-            const Result<QVariantMap> metadata = MetadataReader::metadataForFile(path);
+            const Result<Tags> tags = MetadataReader::tagsForFile(path);
             const QSize bound(512, 512);
-            return metadata ? ImageDecoder::decode(
-                                  metadata->value(QStringLiteral("imageData")).toByteArray(),
-                                  ImageDecoder::Request::fitting(bound))
-                                  .valueOr({})
-                            : QImage();
+            return tags ? ImageDecoder::decode(tags->artwork.value_or(QByteArray()),
+                                               ImageDecoder::Request::fitting(bound))
+                              .valueOr({})
+                        : QImage();
         },
         [this](const QImage& image) {
             if (!image.isNull())
