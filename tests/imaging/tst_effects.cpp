@@ -4,6 +4,7 @@
 #include "TestSupport.h"
 #include "imaging/ImageEffects.h"
 #include "imaging/ImageScale.h"
+#include "imaging/PixelReferences.h"
 #include "platform/Device.h"
 
 #include <QRandomGenerator>
@@ -17,42 +18,7 @@ using namespace tolvane::test;
 namespace {
 
 QImage randomImage(QSize size, quint32 seed, bool opaque) {
-    QImage image(size, QImage::Format_ARGB32_Premultiplied);
-    QRandomGenerator generator(seed);
-    for (int y = 0; y < size.height(); ++y) {
-        for (int x = 0; x < size.width(); ++x) {
-            const int alpha = opaque ? 255 : generator.bounded(256);
-            image.setPixel(x, y,
-                           qPremultiply(qRgba(generator.bounded(256), generator.bounded(256),
-                                              generator.bounded(256), alpha)));
-        }
-    }
-    return image;
-}
-
-// The d x d average with edge pixels repeated, each channel rounded once.
-QImage referenceBox(const QImage& source, int d) {
-    QImage out(source.size(), QImage::Format_ARGB32_Premultiplied);
-    const int r = d / 2;
-    for (int y = 0; y < source.height(); ++y) {
-        for (int x = 0; x < source.width(); ++x) {
-            long sum[4] = {0, 0, 0, 0};
-            for (int dy = -r; dy <= r; ++dy) {
-                for (int dx = -r; dx <= r; ++dx) {
-                    const QRgb p = source.pixel(std::clamp(x + dx, 0, source.width() - 1),
-                                                std::clamp(y + dy, 0, source.height() - 1));
-                    sum[0] += qBlue(p);
-                    sum[1] += qGreen(p);
-                    sum[2] += qRed(p);
-                    sum[3] += qAlpha(p);
-                }
-            }
-            const long area = long(d) * d;
-            const auto avg = [area](long value) { return int((value + area / 2) / area); };
-            out.setPixel(x, y, qRgba(avg(sum[2]), avg(sum[1]), avg(sum[0]), avg(sum[3])));
-        }
-    }
-    return out;
+    return test::randomImage(size, seed, opaque ? Alpha::Opaque : Alpha::Any);
 }
 
 } // namespace
